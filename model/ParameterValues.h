@@ -18,6 +18,8 @@ using ParameterSet = std::set<Parameter>;
 class ParameterValues {
 public:
     virtual int64_t getId() const { return mId; }
+    // The settings database assigns row ids on insert and load.
+    void setId(int64_t id) { mId = id; }
     virtual bool isDirty() const { return mDirty; }
     virtual void setDirty(bool dirty) { mDirty = dirty; }
     virtual ~ParameterValues() = default;

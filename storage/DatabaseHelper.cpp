@@ -1,0 +1,791 @@
+#define LOG_TAG "DatabaseHelper"
+
+#include "storage/DatabaseHelper.h"
+
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+
+#include <log/log.h>
+
+#include "storage/DevicePaths.h"
+#include "storage/Provider.h"
+
+namespace orvan {
+namespace {
+
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+Statement prepare(sqlite3* db, const std::string& sql, int* result) {
+    sqlite3_stmt* raw = nullptr;
+    *result = sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
+    return Statement(raw);
+}
+
+constexpr const char* kTableNames[kTableTypeCount] = {
+    "configuration", "ieq_presets", "geq_presets", "profiles",
+    "profile_endpoints", "tunings", "device_tunings",
+};
+
+// The columns each table is created with, indexed by TableType.
+constexpr const char* kColumns[kTableTypeCount] = {
+    "_id INTEGER, key TEXT, value TEXT",
+
+    "_id INTEGER, custom_name TEXT, preset_type TEXT, ieq_frequency TEXT, ieq_target TEXT",
+
+    "_id INTEGER, custom_name TEXT, profile_id TEXT, geq_frequency TEXT, geq_gain TEXT",
+
+    "_id INTEGER, custom_name TEXT, profile_id TEXT, name TEXT, is_mobility TEXT, "
+    "selected_geq_preset_id TEXT, custom_drc_metadata TEXT, "
+    "mi_adaptive_virtualizer_steering_enable TEXT, mi_dv_leveler_steering_enable TEXT, "
+    "mi_ieq_steering_enable TEXT, mi_surround_compressor_steering_enable TEXT, "
+    "reverb_suppression_amount TEXT, reverb_suppression_enable TEXT, volume_modeler_enable TEXT",
+
+    "_id INTEGER, custom_name TEXT, profile_id TEXT, endpoint TEXT, selected_ieq_preset_type TEXT, "
+    "bass_enhancer_enable TEXT, calibration_boost TEXT, dialog_enhancer_amount TEXT, "
+    "dialog_enhancer_ducking TEXT, dialog_enhancer_enable TEXT, graphic_equalizer_enable TEXT, "
+    "headphone_virtualizer_steerer_source_distance TEXT, "
+    "hearing_protection_attenuation_attack_time TEXT, "
+    "hearing_protection_attenuation_release_time TEXT, hearing_protection_enable TEXT, "
+    "hearing_protection_rms_attenuation_target TEXT, "
+    "hearing_protection_rms_averaging_time_win_len TEXT, ieq_amount TEXT, ieq_enable TEXT, "
+    "mi_virtualizer_binaural_steering_enable TEXT, peak_value TEXT, surround_boost TEXT, "
+    "surround_decoder_enable TEXT, virtual_bass_enable TEXT, virtualizer_enable TEXT, "
+    "virtualizer_start_band TEXT, volmax_boost TEXT, volume_leveler_amount TEXT, "
+    "volume_leveler_enable TEXT, volume_leveler_in_target TEXT, volume_leveler_out_target TEXT",
+
+    "_id INTEGER, custom_name TEXT, name TEXT, endpoint TEXT, is_mono TEXT, is_readonly TEXT, "
+    "audio_optimizer_enable TEXT, audio_optimizer_frequency TEXT, audio_optimizer_gain_l TEXT, "
+    "audio_optimizer_gain_ls TEXT, audio_optimizer_gain_r TEXT, audio_optimizer_gain_rs TEXT, "
+    "bass_enhancer_boost TEXT, bass_enhancer_cutoff_frequency TEXT, bass_enhancer_width TEXT, "
+    "bass_extraction_cutoff_frequency TEXT, bass_extraction_enable TEXT, bass_mbdrc_enable TEXT, "
+    "bass_mbdrc_tuning TEXT, complex_equalizer_enable TEXT, complex_equalizer_tuning_left TEXT, "
+    "complex_equalizer_tuning_left_surround TEXT, complex_equalizer_tuning_right TEXT, "
+    "complex_equalizer_tuning_right_surround TEXT, height_filter_mode TEXT, orientation TEXT, "
+    "output_channels TEXT, output_mix_matrix TEXT, regulator_distortion_slope TEXT, "
+    "regulator_enable TEXT, regulator_frequency TEXT, regulator_isolated_band TEXT, "
+    "regulator_overdrive TEXT, regulator_sibilance_suppress_amounts_left TEXT, "
+    "regulator_sibilance_suppress_amounts_left_surround TEXT, "
+    "regulator_sibilance_suppress_amounts_right TEXT, "
+    "regulator_sibilance_suppress_amounts_right_surround TEXT, "
+    "regulator_sibilance_suppress_enable TEXT, regulator_speaker_dist_enable TEXT, "
+    "regulator_stress_amount TEXT, regulator_threshold_high TEXT, regulator_threshold_low TEXT, "
+    "regulator_timbre_preservation TEXT, virtual_bass_blend_linear_gain TEXT, "
+    "virtual_bass_compressor_tuning TEXT, virtual_bass_harmgains TEXT, virtual_bass_hybgains TEXT, "
+    "virtual_bass_mix_frequency TEXT, virtual_bass_mix_freq_high TEXT, "
+    "virtual_bass_mix_freq_low TEXT, virtual_bass_mode TEXT, virtual_bass_overall_gain TEXT, "
+    "virtual_bass_rolloff_gain TEXT, virtual_bass_slope_gain TEXT, virtual_bass_src_freq_high TEXT, "
+    "virtual_bass_src_freq_low TEXT, virtual_bass_subgains TEXT, "
+    "virtualizer_front_speaker_angle TEXT, virtualizer_height_speaker_angle TEXT, "
+    "virtualizer_surround_speaker_angle TEXT, volume_leveler_compressor_enable TEXT, "
+    "volume_modeler_calibration TEXT",
+
+    "_id INTEGER, custom_name TEXT, device TEXT, port TEXT, tuning_id TEXT",
+};
+
+// Keys of a record's text form that name a field column rather than a
+// parameter column (parameter keys are their column names already).
+struct FieldColumn {
+    TableType table;
+    const char* key;
+    const char* column;
+};
+constexpr FieldColumn kFieldColumns[] = {
+    {IEQ_PRESET, "type", "preset_type"},
+    {GEQ_PRESET, "profileId", "profile_id"},
+    {PROFILE, "profileId", "profile_id"},
+    {PROFILE, "mobility", "is_mobility"},
+    {PROFILE, "selectedGeqPreset", "selected_geq_preset_id"},
+    {PROFILE_ENDPOINT, "profileId", "profile_id"},
+    {PROFILE_ENDPOINT, "selectedIeqPreset", "selected_ieq_preset_type"},
+    {TUNING, "mono", "is_mono"},
+    {TUNING, "readonly", "is_readonly"},
+    {DEVICE_TUNING, "tuning", "tuning_id"},
+};
+
+std::string columnForKey(TableType table, const std::string& key) {
+    for (const FieldColumn& field : kFieldColumns) {
+        if (field.table == table && key == field.key) {
+            return field.column;
+        }
+    }
+    return key;
+}
+
+// A text value ready to stand between single quotes in a statement.
+std::string sqlText(const std::string& text) {
+    std::string out;
+    out.reserve(text.size());
+    for (char c : text) {
+        out += c;
+        if (c == '\'') {
+            out += '\'';
+        }
+    }
+    return out;
+}
+
+// The stored form of one value of a record's text form.
+std::string storedValue(std::string value) {
+    if (!value.empty() && value.back() == ',') {
+        value.pop_back();
+    }
+    if (value == "true") {
+        return "1";
+    }
+    if (value == "false") {
+        return "0";
+    }
+    return value;
+}
+
+int32_t cellInt(const RowData& cell) {
+    if (cell.type == RowData::kInteger) {
+        return cell.intValue;
+    }
+    return cell.type == RowData::kText ? static_cast<int32_t>(std::atoi(cell.textValue.c_str())) : 0;
+}
+
+std::string cellText(const RowData& cell) {
+    if (cell.type == RowData::kInteger) {
+        return std::to_string(cell.intValue);
+    }
+    return cell.textValue;
+}
+
+int64_t cellId(const RowData& cell) {
+    if (cell.type == RowData::kInteger) {
+        return cell.intValue;
+    }
+    return cell.type == RowData::kText ? std::atoll(cell.textValue.c_str()) : -1;
+}
+
+// Accepts the decimal number the rows hold as well as the tuning-file names.
+bool parsePresetType(const std::string& text, PresetType* type) {
+    for (size_t i = 0; i < kPresetTypeCount; ++i) {
+        if (text == kPresetTypeNames[i]) {
+            *type = static_cast<PresetType>(i);
+            return true;
+        }
+    }
+    if (text.empty()) {
+        return false;
+    }
+    char* end = nullptr;
+    errno = 0;
+    long number = std::strtol(text.c_str(), &end, 10);
+    if (errno != 0 || *end != '\0' || number < 0 || number >= static_cast<long>(kPresetTypeCount)) {
+        return false;
+    }
+    *type = static_cast<PresetType>(number);
+    return true;
+}
+
+}  // namespace
+
+void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
+    std::istringstream in(text);
+    int32_t number = 0;
+    while (in >> number) {
+        values.push_back(number);
+        int next = in.peek();
+        if (next == ',' || next == ' ') {
+            in.get();
+        }
+    }
+}
+
+void DatabaseHelper::Closer::operator()(sqlite3* db) const {
+    sqlite3_close_v2(db);
+}
+
+DatabaseHelper::DatabaseHelper(const std::string& fileName)
+    : mFileName(fileName), mDirectory(DevicePaths::dataDirectory()) {
+    for (size_t i = 0; i < kTableTypeCount; ++i) {
+        mTableNames[i] = kTableNames[i];
+        std::istringstream columns(kColumns[i]);
+        std::string item;
+        while (std::getline(columns, item, ',')) {
+            std::istringstream words(item);
+            std::string name;
+            words >> name;
+            if (name != "_id" && name != "custom_name") {
+                mValueColumns[i].push_back(name);
+            }
+        }
+    }
+
+    const std::string path = getPath();
+    // Opening with SQLITE_OPEN_CREATE would fail later, at the first write, in an
+    // unwritable directory; refuse it here so every operation sees a null handle.
+    if (access(mDirectory.c_str(), W_OK | X_OK) != 0) {
+        ALOGE("data directory %s is missing or not writable (%s), database %s not opened",
+              mDirectory.c_str(), strerror(errno), path.c_str());
+    } else {
+        sqlite3* raw = nullptr;
+        int ret = sqlite3_open_v2(path.c_str(), &raw,
+                                  SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                                  nullptr);
+        if (ret != SQLITE_OK) {
+            ALOGE("failed to open database %s: %s", path.c_str(), sqlite3_errstr(ret));
+            sqlite3_close_v2(raw);
+        } else if (sqlite3_db_readonly(raw, "main") == 1) {
+            ALOGE("database %s is read-only, not used", path.c_str());
+            sqlite3_close_v2(raw);
+        } else {
+            // Other connections (tools, a second process) may hold the file briefly.
+            sqlite3_busy_timeout(raw, 2000);
+            mDb.reset(raw);
+        }
+    }
+    initParameterNameMap();
+}
+
+DatabaseHelper::~DatabaseHelper() = default;
+
+void DatabaseHelper::initParameterNameMap() {
+    for (size_t i = 0; i < kParameterCount; ++i) {
+        mParameterNames.emplace(kParameterNames[i], static_cast<Parameter>(i));
+    }
+}
+
+std::string DatabaseHelper::getTableName(TableType type) const {
+    if (type < 0 || static_cast<size_t>(type) >= kTableTypeCount) {
+        return "";
+    }
+    return mTableNames[type];
+}
+
+const std::vector<std::string>* DatabaseHelper::valueColumns(const std::string& table) const {
+    for (size_t i = 0; i < kTableTypeCount; ++i) {
+        if (mTableNames[i] == table) {
+            return &mValueColumns[i];
+        }
+    }
+    return nullptr;
+}
+
+void DatabaseHelper::init() {
+    for (size_t i = 0; i < kTableTypeCount; ++i) {
+        createTable(static_cast<TableType>(i));
+    }
+}
+
+void DatabaseHelper::createTable(TableType type) {
+    execSQL("CREATE TABLE " + getTableName(type) + buildColumnString(type));
+}
+
+std::string DatabaseHelper::buildColumnString(TableType type) {
+    std::string columns;
+    if (type >= 0 && static_cast<size_t>(type) < kTableTypeCount) {
+        columns = kColumns[type];
+    }
+    return " (" + columns + ")";
+}
+
+void DatabaseHelper::clear() {
+    for (TableType type : {IEQ_PRESET, GEQ_PRESET, PROFILE, PROFILE_ENDPOINT, TUNING, DEVICE_TUNING,
+                           CONFIGURATION}) {
+        execSQL("DROP TABLE IF EXISTS " + getTableName(type));
+    }
+}
+
+bool DatabaseHelper::beginTransaction() {
+    return execSQL("BEGIN EXCLUSIVE");
+}
+
+bool DatabaseHelper::commitTransaction() {
+    return execSQL("COMMIT");
+}
+
+bool DatabaseHelper::execSQL(const std::string& sql) {
+    if (!mDb) {
+        ALOGE("the db is not open...");
+        return false;
+    }
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), sql, &ret);
+    if (ret != SQLITE_OK || !statement) {
+        ALOGD("failed to prepare SQL : %s", sql.c_str());
+        return false;
+    }
+    ret = sqlite3_step(statement.get());
+    if (ret != SQLITE_DONE) {
+        ALOGE("failed to exec SQL: %s", sql.c_str());
+        return false;
+    }
+    return true;
+}
+
+int32_t DatabaseHelper::getRowCount(const std::string& table) {
+    if (!mDb) {
+        ALOGE("the db is not open...");
+        return 0;
+    }
+    const std::string sql = "SELECT COUNT(*) FROM " + table;
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), sql, &ret);
+    if (ret != SQLITE_OK || !statement) {
+        ALOGE("failed to prepare SQL: %s", sql.c_str());
+        return 0;
+    }
+    int32_t count = 0;
+    while (sqlite3_step(statement.get()) == SQLITE_ROW) {
+        count = sqlite3_column_int(statement.get(), 0);
+    }
+    return count;
+}
+
+void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& sql) {
+    if (!mDb) {
+        ALOGE("the database is not connected");
+        return;
+    }
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), sql, &ret);
+    if (ret != SQLITE_OK || !statement) {
+        ALOGE("failed to prepare sql command: %s, ret = %d, line %d", sql.c_str(), ret, 196);
+        return;
+    }
+    sqlite3_stmt* stmt = statement.get();
+    const int columns = sqlite3_column_count(stmt);
+    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+        for (int i = 0; i < columns; ++i) {
+            RowData cell;
+            const char* name = sqlite3_column_name(stmt, i);
+            cell.name = name != nullptr ? name : "";
+            cell.type = sqlite3_column_type(stmt, i);
+            if (cell.type == RowData::kInteger) {
+                cell.intValue = sqlite3_column_int(stmt, i);
+            } else if (cell.type == RowData::kText) {
+                const unsigned char* text = sqlite3_column_text(stmt, i);
+                cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+            }
+            rows.push_back(std::move(cell));
+        }
+    }
+    if (ret != SQLITE_DONE) {
+        ALOGE("Unknow error... %d", 224);
+    }
+}
+
+bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
+                                          const std::string& text, const std::string& customName,
+                                          int64_t id) {
+    const std::vector<std::string>* columns = valueColumns(table);
+    if (columns == nullptr) {
+        ALOGE("no table %s to insert into", table.c_str());
+        return false;
+    }
+    const auto type = static_cast<TableType>(columns - mValueColumns.data());
+
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line)) {
+        lines.push_back(line);
+    }
+
+    std::map<std::string, std::string> byColumn;
+    for (size_t i = 1; i < lines.size(); ++i) {
+        const std::string& item = lines[i];
+        size_t eq = item.find('=');
+        if (eq == std::string::npos) {
+            ALOGE("invalid string value");
+            ALOGE("line \"%s\" for %s has no key, dropped", item.c_str(), table.c_str());
+            continue;
+        }
+        std::string value;
+        if (eq + 1 == item.size()) {
+            ALOGE("null expetion value paramStr: %s", item.c_str());
+        } else {
+            value = item.substr(eq + 1);
+        }
+        const std::string column = columnForKey(type, item.substr(0, eq));
+        if (std::find(columns->begin(), columns->end(), column) == columns->end()) {
+            ALOGE("%s is no column of %s, value dropped", column.c_str(), table.c_str());
+            continue;
+        }
+        byColumn[column] = storedValue(value);
+    }
+
+    const int64_t rowId = id < 1 ? getRowCount(table) + 1 : static_cast<int32_t>(id);
+    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + "\n" + "," +
+                      "'" + sqlText(customName) + "',";
+    for (const std::string& column : *columns) {
+        auto found = byColumn.find(column);
+        sql += "'" + (found != byColumn.end() ? sqlText(found->second) : std::string()) + "',";
+    }
+    sql.back() = ')';
+
+    if (!execSQL(sql)) {
+        return false;
+    }
+    if (id < 1 && record != nullptr) {
+        record->setId(rowId);
+    }
+    return true;
+}
+
+bool DatabaseHelper::insertValue(IeqPreset* preset, const std::string& customName) {
+    if (preset == nullptr) {
+        ALOGE("invalide value");
+        return false;
+    }
+    return executeInsertCommand(preset, getTableName(IEQ_PRESET), preset->toString(), customName, -1);
+}
+
+bool DatabaseHelper::insertValue(GeqPreset* preset, const std::string& customName, int64_t id) {
+    if (preset == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    return executeInsertCommand(preset, getTableName(GEQ_PRESET), preset->toString(), customName, id);
+}
+
+bool DatabaseHelper::insertValue(Profile* profile, const std::string& customName, int64_t id) {
+    if (profile == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    return executeInsertCommand(profile, getTableName(PROFILE), profile->toString(), customName, id);
+}
+
+bool DatabaseHelper::insertValue(ProfileEndpoint* endpoint, const std::string& customName, int64_t id) {
+    if (endpoint == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    return executeInsertCommand(endpoint, getTableName(PROFILE_ENDPOINT), endpoint->toString(),
+                                customName, id);
+}
+
+bool DatabaseHelper::insertValue(Tuning* tuning, const std::string& customName) {
+    if (tuning == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    return executeInsertCommand(tuning, getTableName(TUNING), tuning->toString(), customName, -1);
+}
+
+bool DatabaseHelper::insertValue(DeviceTuning* deviceTuning, const std::string& customName) {
+    if (deviceTuning == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    return executeInsertCommand(nullptr, getTableName(DEVICE_TUNING), deviceTuning->toString(),
+                                customName, -1);
+}
+
+bool DatabaseHelper::insertConfigurationValue(const std::string& key, const std::string& value) {
+    if (!mDb) {
+        ALOGE("db is not connected");
+        return false;
+    }
+    const std::string table = getTableName(CONFIGURATION);
+    return execSQL("INSERT INTO " + table + " VALUES(" + std::to_string(getRowCount(table) + 1) + "," +
+                   "'" + sqlText(key) + "'" + "," + "'" + sqlText(value) + "')");
+}
+
+bool DatabaseHelper::clearOemTunings() {
+    const std::string sql = "DELETE from " + getTableName(TUNING) + " WHERE custom_name = '" +
+                            Provider::kOemName + "'";
+    ALOGD("Delete existing tuning with SQL [%s]", sql.c_str());
+    return execSQL(sql);
+}
+
+bool DatabaseHelper::clearOemDeviceTunings() {
+    const std::string sql = "DELETE from " + getTableName(DEVICE_TUNING) + " WHERE custom_name = '" +
+                            Provider::kOemName + "'";
+    ALOGD("Delete existing device tuning with SQL [%s]", sql.c_str());
+    return execSQL(sql);
+}
+
+template <typename Insert>
+bool DatabaseHelper::replaceRow(const std::string& deleteSql, Insert insert) {
+    if (!execSQL("SAVEPOINT replace_row")) {
+        return false;
+    }
+    if (execSQL(deleteSql) && insert()) {
+        return execSQL("RELEASE replace_row");
+    }
+    ALOGE("replacing a row failed, the stored row is kept");
+    execSQL("ROLLBACK TO replace_row");
+    execSQL("RELEASE replace_row");
+    return false;
+}
+
+bool DatabaseHelper::updateGeqValue(GeqPreset* preset, const std::string& customName) {
+    if (preset == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    if (customName == Provider::kDefaultName) {
+        ALOGE("the default value can't be updated, %d", 462);
+        return false;
+    }
+    return replaceRow("DELETE FROM " + getTableName(GEQ_PRESET) + " WHERE custom_name='" +
+                              sqlText(customName) + "' AND profile_id='" +
+                              std::to_string(preset->getProfileId()) + "'",
+                      [&] { return insertValue(preset, customName, preset->getId()); });
+}
+
+bool DatabaseHelper::updateProfileValue(Profile* profile, const std::string& customName) {
+    if (profile == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    if (customName == Provider::kDefaultName) {
+        ALOGW("the default value can't be updated, %d", 480);
+    }
+    return replaceRow("DELETE FROM " + getTableName(PROFILE) + " WHERE custom_name='" +
+                              sqlText(customName) + "' AND profile_id='" +
+                              std::to_string(profile->getProfileId()) + "'",
+                      [&] { return insertValue(profile, customName, profile->getId()); });
+}
+
+bool DatabaseHelper::updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName) {
+    if (endpoint == nullptr) {
+        ALOGE("invalid value");
+        return false;
+    }
+    if (customName == Provider::kDefaultName) {
+        ALOGW("the default value can't be updated, %d", 499);
+    }
+    return replaceRow("DELETE FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE custom_name='" +
+                              sqlText(customName) + "' AND profile_id='" +
+                              std::to_string(endpoint->getProfileId()) + "' AND endpoint='" +
+                              endpointName(endpoint->getEndpoint()) + "'",
+                      [&] { return insertValue(endpoint, customName, endpoint->getId()); });
+}
+
+bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* record) const {
+    auto found = mParameterNames.find(cell.name);
+    if (found == mParameterNames.end()) {
+        return false;
+    }
+    Values values;
+    if (cell.type == RowData::kText) {
+        string2IntVector(cell.textValue, values);
+    } else if (cell.type == RowData::kInteger) {
+        values.push_back(cell.intValue);
+    }
+    record->set(found->second, values);
+    return true;
+}
+
+bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::string& customName,
+                                   IeqPreset* preset) {
+    if (preset == nullptr) {
+        ALOGE("IeqPreset doesn't exist!");
+        return false;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(IEQ_PRESET) + " WHERE preset_type=" + "'" +
+                             sqlText(presetType) + "'" + " AND " + "custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        setParameterCell(cell, preset);
+    }
+    return !rows.empty();
+}
+
+bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::string& customName,
+                                   GeqPreset* preset) {
+    if (preset == nullptr) {
+        ALOGE("GeqPreset doesn't exist!");
+        return false;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(GEQ_PRESET) + " WHERE profile_id=" + "'" +
+                             sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        if (!setParameterCell(cell, preset) && cell.name == "_id") {
+            preset->setId(cellId(cell));
+        }
+    }
+    return !rows.empty();
+}
+
+bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
+                                       Profile* profile) {
+    if (profile == nullptr) {
+        ALOGE("Profile doesn't exist!");
+        return false;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE) + " WHERE profile_id=" + "'" +
+                             sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        if (setParameterCell(cell, profile)) {
+            continue;
+        }
+        if (cell.name == "_id") {
+            profile->setId(cellId(cell));
+        } else if (cell.name == "name") {
+            profile->setName(cellText(cell));
+        } else if (cell.name == "is_mobility") {
+            profile->setMobility(cellInt(cell) != 0);
+        } else if (cell.name == "selected_geq_preset_id") {
+            profile->setSelectedGeqPreset(cellInt(cell));
+        }
+    }
+    return !rows.empty();
+}
+
+bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
+                                        const std::string& customName, ProfileEndpoint* endpointRecord) {
+    if (endpointRecord == nullptr) {
+        ALOGE("Endpoint doesn't exist!");
+        return false;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE profile_id=" + "'" +
+                             sqlText(profileId) + "'" + " AND " + "endpoint=" + "'" +
+                             sqlText(endpoint) + "'" + " AND " + "custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        if (setParameterCell(cell, endpointRecord)) {
+            continue;
+        }
+        if (cell.name == "_id") {
+            endpointRecord->setId(cellId(cell));
+        } else if (cell.name == "selected_ieq_preset_type") {
+            PresetType type = PRESET_OFF;
+            if (parsePresetType(cellText(cell), &type)) {
+                endpointRecord->setSelectedIeqPreset(type);
+            } else {
+                ALOGE("unknown IEQ preset type \"%s\" of profile %s endpoint %s, kept %d",
+                      cellText(cell).c_str(), profileId.c_str(), endpoint.c_str(),
+                      static_cast<int>(endpointRecord->getSelectedIeqPreset()));
+            }
+        }
+    }
+    return !rows.empty();
+}
+
+bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
+    if (tuning == nullptr) {
+        ALOGE("Tuning doesn't exist!");
+        return false;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(TUNING) + " WHERE name=" + "'" + sqlText(name) + "'");
+    for (const RowData& cell : rows) {
+        if (setParameterCell(cell, tuning)) {
+            continue;
+        }
+        if (cell.name == "_id") {
+            tuning->setId(cellId(cell));
+        } else if (cell.name == "is_mono") {
+            tuning->setMono(cellInt(cell) != 0);
+        } else if (cell.name == "endpoint") {
+            tuning->setEndpoint(cellText(cell));
+        }
+    }
+    return !rows.empty();
+}
+
+void DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE) + " WHERE custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        if (cell.name == "name") {
+            names.push_back(cellText(cell));
+        }
+    }
+}
+
+void DatabaseHelper::queryProfileIds(TableType table, const std::string& customName,
+                                     std::vector<std::string>& ids) {
+    if (table != PROFILE && table != GEQ_PRESET) {
+        ALOGE("table %s has no profile ids", getTableName(table).c_str());
+        return;
+    }
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT profile_id FROM " + getTableName(table) + " WHERE custom_name=" + "'" +
+                             sqlText(customName) + "'");
+    for (const RowData& cell : rows) {
+        ids.push_back(cellText(cell));
+    }
+}
+
+void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings) {
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT * FROM " + getTableName(DEVICE_TUNING) + " WHERE port=" + "'" +
+                             sqlText(port) + "'");
+    int64_t id = -1;
+    std::string device;
+    std::string devicePort;
+    std::string tuning;
+    unsigned seen = 0;
+    for (const RowData& cell : rows) {
+        if (cell.name == "_id") {
+            id = cellId(cell);
+        } else if (cell.name == "device") {
+            device = cellText(cell);
+            seen |= 1;
+        } else if (cell.name == "port") {
+            devicePort = cellText(cell);
+            seen |= 2;
+        } else if (cell.name == "tuning_id") {
+            tuning = cellText(cell);
+            seen |= 4;
+        }
+        if (seen == 7) {
+            deviceTunings.insert(new DeviceTuning(id, device, devicePort, tuning));
+            id = -1;
+            seen = 0;
+        }
+    }
+}
+
+std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
+    std::vector<RowData> rows;
+    getAllRows(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
+    return rows.empty() ? std::string() : cellText(rows.front());
+}
+
+bool DatabaseHelper::queryTevStatus(const std::string& key) {
+    const std::string value = queryConfigurationValue(key);
+    return !value.empty() && value != "false";
+}
+
+std::string DatabaseHelper::querySelectedProfile(const std::string& key) {
+    const std::string value = queryConfigurationValue(key);
+    return value.empty() ? "-1" : value;
+}
+
+bool DatabaseHelper::updateConfigurationValue(const std::string& key, const std::string& value) {
+    if (!mDb) {
+        ALOGE("the database is not connected");
+        return false;
+    }
+    return execSQL("UPDATE " + getTableName(CONFIGURATION) + " SET value='" + sqlText(value) + "'" +
+                   " WHERE key='" + sqlText(key) + "'");
+}
+
+bool DatabaseHelper::updateTevStatus(const std::string& key, bool on) {
+    return updateConfigurationValue(key, on ? "true" : "false");
+}
+
+bool DatabaseHelper::updateTuningDevice(const std::string& key, const std::string& value) {
+    return updateConfigurationValue(key, value);
+}
+
+bool DatabaseHelper::updateSelectedProfile(const std::string& key, const std::string& value) {
+    return updateConfigurationValue(key, value);
+}
+
+}  // namespace orvan

@@ -1,0 +1,145 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "model/DeviceTuning.h"
+#include "model/GeqPreset.h"
+#include "model/IeqPreset.h"
+#include "model/Profile.h"
+#include "model/ProfileEndpoint.h"
+#include "model/Tuning.h"
+#include "storage/RowData.h"
+#include "storage/TableType.h"
+
+struct sqlite3;
+
+namespace orvan {
+
+// Parses the stored text of a value list ("1,2,3", "7 8"): reads signed decimal
+// numbers, each optionally followed by one "," or " ", and stops silently at the
+// first text that is no number. Appends to `values`.
+void string2IntVector(const std::string& text, std::vector<int32_t>& values);
+
+// The one piece of code that speaks SQL. Owns the connection to the settings
+// database and stores every record as plain text rows. No operation reports a
+// failure by exception: failures are logged and give a neutral answer (nothing
+// done, "", 0, false). When the database could not be opened the handle stays
+// null and every operation logs and returns at once.
+//
+// Statements are plain text; every text value placed into one has its single
+// quotes doubled, so names from files or clients cannot change a statement.
+// Not thread-safe beyond SQLite's own serialisation of single statements.
+class DatabaseHelper {
+public:
+    explicit DatabaseHelper(const std::string& fileName);
+    ~DatabaseHelper();
+    DatabaseHelper(const DatabaseHelper&) = delete;
+    DatabaseHelper& operator=(const DatabaseHelper&) = delete;
+
+    bool isOpen() const { return mDb != nullptr; }
+    // The full path of the database file.
+    std::string getPath() const { return mDirectory + mFileName; }
+    // "" for a value outside TableType.
+    std::string getTableName(TableType type) const;
+
+    // Schema. createTable on an existing table fails and is only logged, which
+    // makes init() safe on every start.
+    void init();
+    void createTable(TableType type);
+    // " (" + the column list + ")"; the list part is empty for an unknown type.
+    static std::string buildColumnString(TableType type);
+    // Drops all seven tables; does not create them again.
+    void clear();
+    bool beginTransaction();
+    bool commitTransaction();
+
+    // Runs one statement to completion; false when it failed.
+    bool execSQL(const std::string& sql);
+    // SELECT COUNT(*) of `table`; 0 on any failure.
+    int32_t getRowCount(const std::string& table);
+    // Appends every cell of every row of `sql` to `rows`.
+    void getAllRows(std::vector<RowData>& rows, const std::string& sql);
+
+    // Inserts the record whose text form is `text` into `table`. The values are
+    // placed by column: a column the text lacks gets '', a key that is no column
+    // of the table is dropped with a log line. An `id` below 1 takes the row
+    // count + 1 and, when `record` is given, becomes the record's id.
+    bool executeInsertCommand(ParameterValues* record, const std::string& table,
+                              const std::string& text, const std::string& customName, int64_t id);
+    bool insertValue(IeqPreset* preset, const std::string& customName);
+    bool insertValue(GeqPreset* preset, const std::string& customName, int64_t id);
+    bool insertValue(Profile* profile, const std::string& customName, int64_t id);
+    bool insertValue(ProfileEndpoint* endpoint, const std::string& customName, int64_t id);
+    bool insertValue(Tuning* tuning, const std::string& customName);
+    bool insertValue(DeviceTuning* deviceTuning, const std::string& customName);
+    bool insertConfigurationValue(const std::string& key, const std::string& value);
+
+    // Remove every "oem" row.
+    bool clearOemTunings();
+    bool clearOemDeviceTunings();
+
+    // Replace the record's row of `customName` (delete, then insert with the
+    // record's id). The "default" GEQ row is never replaced; the "default"
+    // profile and endpoint rows are replaced with a warning. A failed insert
+    // restores the deleted row.
+    bool updateGeqValue(GeqPreset* preset, const std::string& customName);
+    bool updateProfileValue(Profile* profile, const std::string& customName);
+    bool updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName);
+
+    // Fill the record from its row; true when a row was found. An IEQ preset
+    // type is stored as its decimal number, which `presetType` must give.
+    bool queryIeqValue(const std::string& presetType, const std::string& customName, IeqPreset* preset);
+    bool queryGeqValue(const std::string& profileId, const std::string& customName, GeqPreset* preset);
+    bool queryProfileValue(const std::string& profileId, const std::string& customName, Profile* profile);
+    bool queryEndpointValue(const std::string& profileId, const std::string& endpoint,
+                            const std::string& customName, ProfileEndpoint* endpointRecord);
+    bool queryTuning(const std::string& name, Tuning* tuning);
+    // The `name` of every profile row of `customName`, in row order.
+    void queryProfileNames(std::vector<std::string>& names, const std::string& customName);
+    // The `profile_id` texts of the rows of `customName` in "profiles" (PROFILE)
+    // or "geq_presets" (GEQ_PRESET), in row order.
+    void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids);
+    // Adds a new DeviceTuning per row of `port`; the caller owns them.
+    void queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings);
+
+    // The configuration table: "" when the key is missing.
+    std::string queryConfigurationValue(const std::string& key);
+    // "" and "false" are off.
+    bool queryTevStatus(const std::string& key);
+    // "-1" when the key is missing.
+    std::string querySelectedProfile(const std::string& key);
+    bool updateTevStatus(const std::string& key, bool on);
+    bool updateTuningDevice(const std::string& key, const std::string& value);
+    bool updateSelectedProfile(const std::string& key, const std::string& value);
+
+private:
+    struct Closer {
+        void operator()(sqlite3* db) const;
+    };
+
+    void initParameterNameMap();
+    bool updateConfigurationValue(const std::string& key, const std::string& value);
+    // Runs `deleteSql` then `insert` inside a savepoint, so a failure keeps the old row.
+    template <typename Insert>
+    bool replaceRow(const std::string& deleteSql, Insert insert);
+    // Applies a cell to `record` when its column is a parameter; false otherwise.
+    bool setParameterCell(const RowData& cell, ParameterValues* record) const;
+    // The columns of the table called `table`, without `_id` and `custom_name`;
+    // null for an unknown table.
+    const std::vector<std::string>* valueColumns(const std::string& table) const;
+
+    std::string mFileName;
+    std::string mDirectory;
+    std::array<std::string, kTableTypeCount> mTableNames;
+    std::array<std::vector<std::string>, kTableTypeCount> mValueColumns;
+    std::map<std::string, Parameter> mParameterNames;
+    std::unique_ptr<sqlite3, Closer> mDb;
+};
+
+}  // namespace orvan

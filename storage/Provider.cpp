@@ -1,0 +1,505 @@
+#define LOG_TAG "OrvDatabaseProvider"
+
+#include "storage/Provider.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+#include <log/log.h>
+
+#include "storage/DatabaseHelper.h"
+
+namespace orvan {
+namespace {
+
+// A strict decimal: the whole text must be the number.
+bool parseIndex(const std::string& text, long* value) {
+    if (text.empty()) {
+        return false;
+    }
+    char* end = nullptr;
+    errno = 0;
+    *value = std::strtol(text.c_str(), &end, 10);
+    return errno == 0 && *end == '\0';
+}
+
+}  // namespace
+
+Provider::Provider() : mHelper(std::make_unique<DatabaseHelper>(kDatabaseFile)) {
+    // Made up front so an IEQ preset can be asked for before init().
+    for (size_t i = 0; i < kPresetTypeCount; ++i) {
+        mIeqPresets[i] = std::make_unique<IeqPreset>(static_cast<PresetType>(i));
+    }
+}
+
+Provider::~Provider() {
+    for (Tuning* tuning : mTunings) {
+        delete tuning;
+    }
+    for (auto& entry : mDeviceTunings) {
+        for (DeviceTuning* deviceTuning : entry.second) {
+            delete deviceTuning;
+        }
+    }
+}
+
+int Provider::getSelectedProfile() {
+    return std::atoi(mHelper->querySelectedProfile(kSelectedProfile).c_str());
+}
+
+int Provider::getNumOfProfiles() {
+    return mNumProfiles;
+}
+
+bool Provider::isTevOn() {
+    return mHelper->queryTevStatus(kTevState);
+}
+
+DeviceTuning* Provider::findCachedDevice(const std::string& deviceName) const {
+    for (const auto& entry : mDeviceTunings) {
+        for (DeviceTuning* deviceTuning : entry.second) {
+            if (deviceTuning->getDevice() == deviceName) {
+                return deviceTuning;
+            }
+        }
+    }
+    return nullptr;
+}
+
+Tuning* Provider::findCachedTuning(const std::string& name) const {
+    for (Tuning* tuning : mTunings) {
+        if (tuning->getName() == name) {
+            return tuning;
+        }
+    }
+    return nullptr;
+}
+
+Tuning* Provider::loadTuningForDevice(const std::string& deviceName) {
+    DeviceTuning* deviceTuning = findCachedDevice(deviceName);
+    if (deviceTuning == nullptr) {
+        ALOGW("Cannot find device with name %s in mDeviceTunings", deviceName.c_str());
+        return nullptr;
+    }
+    const std::string name = deviceTuning->getTuning();
+    if (Tuning* cached = findCachedTuning(name)) {
+        ALOGD("Found existing tuning[%s] from cache device[%s]", name.c_str(), deviceName.c_str());
+        return cached;
+    }
+    auto tuning = std::make_unique<Tuning>(name, ENDPOINT_SPEAKER, false);
+    if (!mHelper->queryTuning(name, tuning.get())) {
+        ALOGE("No stored tuning[%s] for device[%s]", name.c_str(), deviceName.c_str());
+        return nullptr;
+    }
+    tuning->setDirty(false);
+    Tuning* loaded = tuning.release();
+    mTunings.insert(loaded);
+    ALOGD("Load tuning[%s] from cache device[%s], and put it in cached mTunings", name.c_str(),
+          deviceName.c_str());
+    return loaded;
+}
+
+std::set<DeviceTuning*> Provider::loadDeviceTuningsForPort(Port port) {
+    auto cached = mDeviceTunings.find(port);
+    if (cached != mDeviceTunings.end()) {
+        return cached->second;
+    }
+    const std::string name = portName(port);
+    if (name.empty()) {
+        ALOGE("%s(): unknown port %d", __func__, static_cast<int>(port));
+        return {};
+    }
+    std::set<DeviceTuning*> deviceTunings;
+    mHelper->queryDeviceTunings(name, deviceTunings);
+    mDeviceTunings[port] = deviceTunings;
+    return deviceTunings;
+}
+
+void Provider::initDatabase() {
+    mHelper->init();
+}
+
+void Provider::setTevOn(bool on) {
+    mHelper->updateTevStatus(kTevState, on);
+}
+
+void Provider::updateDeviceTuning(const std::string& key, const std::string& value) {
+    mHelper->updateTuningDevice(key, value);
+}
+
+Provider::ProfileRecords* Provider::records(int index, const char* caller) {
+    if (index < 0 || index >= mNumProfiles) {
+        ALOGE("%s(): profile index %d is not one of the %d profiles", caller, index, mNumProfiles);
+        return nullptr;
+    }
+    return mProfiles[index].get();
+}
+
+Profile* Provider::loadProfileRecord(int index, const char* customName, bool isDefault) {
+    ProfileRecords* profile = records(index, isDefault ? "loadDefaultProfile" : "loadProfile");
+    if (profile == nullptr) {
+        return nullptr;
+    }
+    Profile* record = isDefault ? profile->defaultProfile.get() : profile->customProfile.get();
+    if (mHelper->queryProfileValue(std::to_string(index), customName, record)) {
+        record->setDirty(false);
+    } else {
+        ALOGW("No %s row for profile %d", customName, index);
+    }
+    return record;
+}
+
+Profile* Provider::loadDefaultProfile(int index) {
+    return loadProfileRecord(index, kDefaultName, true);
+}
+
+void Provider::setSelectedProfile(int index) {
+    mHelper->updateSelectedProfile(kSelectedProfile, std::to_string(index));
+}
+
+ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool isDefault) {
+    const char* customName = isDefault ? kDefaultName : kCustomName;
+    ProfileRecords* profile = records(index, "loadProfileEndpoint");
+    if (profile == nullptr) {
+        return nullptr;
+    }
+    if (endpoint < 0 || static_cast<size_t>(endpoint) >= kEndpointCount) {
+        ALOGE("%s(): unknown endpoint %d of profile %d", __func__, static_cast<int>(endpoint), index);
+        return nullptr;
+    }
+    ProfileEndpoint* record = isDefault ? profile->defaultEndpoints[endpoint].get()
+                                        : profile->customEndpoints[endpoint].get();
+    if (mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record)) {
+        record->setDirty(false);
+    } else {
+        ALOGW("No %s row for profile %d endpoint %s", customName, index, endpointName(endpoint));
+    }
+    return record;
+}
+
+std::set<ProfileEndpoint*> Provider::loadEndpointRecords(int index, bool isDefault) {
+    std::set<ProfileEndpoint*> endpoints;
+    if (records(index, isDefault ? "loadDefaultProfileEndpoints" : "loadProfileEndpoints") == nullptr) {
+        return endpoints;
+    }
+    for (size_t i = 0; i < kEndpointCount; ++i) {
+        endpoints.insert(loadEndpointRecord(index, static_cast<Endpoint>(i), isDefault));
+    }
+    return endpoints;
+}
+
+std::set<ProfileEndpoint*> Provider::loadDefaultProfileEndpoints(int index) {
+    return loadEndpointRecords(index, true);
+}
+
+std::set<ProfileEndpoint*> Provider::loadProfileEndpoints(int index) {
+    return loadEndpointRecords(index, false);
+}
+
+Profile* Provider::loadProfile(int index) {
+    return loadProfileRecord(index, kCustomName, false);
+}
+
+ProfileEndpoint* Provider::loadProfileEndpoint(int index, Endpoint endpoint) {
+    return loadEndpointRecord(index, endpoint, false);
+}
+
+bool Provider::save(Profile* profile) {
+    if (profile == nullptr) {
+        ALOGE("%s(): no profile to save", __func__);
+        return false;
+    }
+    bool saved = mHelper->updateProfileValue(profile, kCustomName);
+    if (saved) {
+        profile->setDirty(false);
+    }
+    return saved;
+}
+
+bool Provider::save(ProfileEndpoint* endpoint) {
+    if (endpoint == nullptr) {
+        ALOGE("%s(): no profile endpoint to save", __func__);
+        return false;
+    }
+    bool saved = mHelper->updateProfileEndpointValue(endpoint, kCustomName);
+    if (saved) {
+        endpoint->setDirty(false);
+    }
+    return saved;
+}
+
+bool Provider::save(GeqPreset* preset) {
+    if (preset == nullptr) {
+        ALOGE("%s(): no GEQ preset to save", __func__);
+        return false;
+    }
+    bool saved = mHelper->updateGeqValue(preset, kCustomName);
+    if (saved) {
+        preset->setDirty(false);
+    }
+    return saved;
+}
+
+// A reset keeps the record's id: it still stands for its "custom" row, which the
+// next save replaces.
+Profile* Provider::reset(Profile* profile) {
+    if (profile == nullptr) {
+        ALOGE("%s(): no profile to reset", __func__);
+        return nullptr;
+    }
+    const int64_t id = profile->getId();
+    if (!mHelper->queryProfileValue(std::to_string(profile->getProfileId()), kDefaultName, profile)) {
+        ALOGW("No default row to reset profile %d", profile->getProfileId());
+    }
+    profile->setId(id);
+    return profile;
+}
+
+ProfileEndpoint* Provider::reset(ProfileEndpoint* endpoint) {
+    if (endpoint == nullptr) {
+        ALOGE("%s(): no profile endpoint to reset", __func__);
+        return nullptr;
+    }
+    const int64_t id = endpoint->getId();
+    if (!mHelper->queryEndpointValue(std::to_string(endpoint->getProfileId()),
+                                     endpointName(endpoint->getEndpoint()), kDefaultName, endpoint)) {
+        ALOGW("No default row to reset profile %d endpoint %s", endpoint->getProfileId(),
+              endpointName(endpoint->getEndpoint()));
+    }
+    endpoint->setId(id);
+    return endpoint;
+}
+
+GeqPreset* Provider::reset(GeqPreset* preset) {
+    if (preset == nullptr) {
+        ALOGE("%s(): no GEQ preset to reset", __func__);
+        return nullptr;
+    }
+    const int64_t id = preset->getId();
+    if (!mHelper->queryGeqValue(std::to_string(preset->getProfileId()), kDefaultName, preset)) {
+        ALOGW("No default row to reset the GEQ preset of profile %d", preset->getProfileId());
+    }
+    preset->setId(id);
+    return preset;
+}
+
+void Provider::create(IeqPreset* preset) {
+    mHelper->insertValue(preset, kDefaultName);
+}
+
+void Provider::create(GeqPreset* preset) {
+    mHelper->insertValue(preset, kDefaultName, -1);
+    mHelper->insertValue(preset, kCustomName, -1);
+}
+
+void Provider::create(Profile* profile) {
+    mHelper->insertValue(profile, kDefaultName, -1);
+    mHelper->insertValue(profile, kCustomName, -1);
+}
+
+void Provider::create(ProfileEndpoint* endpoint) {
+    mHelper->insertValue(endpoint, kDefaultName, -1);
+    mHelper->insertValue(endpoint, kCustomName, -1);
+}
+
+void Provider::create(Tuning* tuning, const std::string& customName) {
+    mHelper->insertValue(tuning, customName);
+}
+
+void Provider::create(DeviceTuning* deviceTuning, const std::string& customName) {
+    mHelper->insertValue(deviceTuning, customName);
+}
+
+void Provider::clearOemTunings() {
+    mHelper->clearOemTunings();
+}
+
+void Provider::clearOemDeviceTunings() {
+    mHelper->clearOemDeviceTunings();
+}
+
+// Callers may still hold cached records, so none is freed here: a record that
+// is still stored is refreshed in place, one that is gone is retired.
+void Provider::reloadCachedDeviceTunings() {
+    std::vector<DeviceTuning*> previous;
+    for (const auto& entry : mDeviceTunings) {
+        for (DeviceTuning* deviceTuning : entry.second) {
+            ALOGD("Clear cached device tuning Port[%s]:Device[%s]", portName(entry.first),
+                  deviceTuning->getDevice().c_str());
+            previous.push_back(deviceTuning);
+        }
+    }
+    mDeviceTunings.clear();
+
+    for (size_t i = 0; i < kPortCount; ++i) {
+        const Port port = static_cast<Port>(i);
+        std::set<DeviceTuning*> fresh = loadDeviceTuningsForPort(port);
+        std::set<DeviceTuning*> kept;
+        for (DeviceTuning* deviceTuning : fresh) {
+            auto same = std::find_if(previous.begin(), previous.end(), [&](DeviceTuning* old) {
+                return old->getDevice() == deviceTuning->getDevice() &&
+                       old->getPort() == deviceTuning->getPort();
+            });
+            if (same == previous.end()) {
+                kept.insert(deviceTuning);
+                continue;
+            }
+            **same = *deviceTuning;
+            delete deviceTuning;
+            kept.insert(*same);
+            previous.erase(same);
+        }
+        mDeviceTunings[port] = kept;
+    }
+    for (DeviceTuning* gone : previous) {
+        mRetiredDeviceTunings.emplace_back(gone);
+    }
+
+    for (Tuning* tuning : std::set<Tuning*>(mTunings)) {
+        Tuning fresh(tuning->getName(), tuning->getEndpoint(), tuning->isMono());
+        if (mHelper->queryTuning(tuning->getName(), &fresh)) {
+            fresh.setDirty(false);
+            *tuning = fresh;
+        } else {
+            ALOGW("Cached tuning[%s] is no longer stored, dropped from the cache",
+                  tuning->getName().c_str());
+            mTunings.erase(tuning);
+            mRetiredTunings.emplace_back(tuning);
+        }
+    }
+}
+
+void Provider::clear() {
+    mHelper->clear();
+}
+
+void Provider::beginTransaction() {
+    mHelper->beginTransaction();
+}
+
+void Provider::commitTransaction() {
+    mHelper->commitTransaction();
+}
+
+void Provider::setDefaultXmlSignature(const std::string& signature) {
+    mHelper->insertConfigurationValue(kSignature, signature);
+    mHelper->insertConfigurationValue(kSelectedProfile, "0");
+    mHelper->insertConfigurationValue(kTevState, "true");
+}
+
+std::string Provider::getDefaultXmlSignature() {
+    return mHelper->queryConfigurationValue(kSignature);
+}
+
+void Provider::setDefaultXmlFormatVersion(const std::string& version) {
+    mHelper->insertConfigurationValue(kFormatVersion, version);
+}
+
+std::string Provider::getDefaultXmlFormatVersion() {
+    return mHelper->queryConfigurationValue(kFormatVersion);
+}
+
+void Provider::setDeviceTuning(const std::string& key, const std::string& value) {
+    mHelper->insertConfigurationValue(key, value);
+}
+
+std::string Provider::getDeviceTuning(const std::string& key) {
+    return mHelper->queryConfigurationValue(key);
+}
+
+IeqPreset* Provider::loadIeqPreset(PresetType type) {
+    if (type < 0 || static_cast<size_t>(type) >= kPresetTypeCount) {
+        ALOGE("%s(): unknown preset type %d", __func__, static_cast<int>(type));
+        return nullptr;
+    }
+    IeqPreset* preset = mIeqPresets[type].get();
+    // The rows hold the type as its decimal number.
+    if (mHelper->queryIeqValue(std::to_string(static_cast<int>(type)), kDefaultName, preset)) {
+        preset->setDirty(false);
+    } else {
+        ALOGW("No default IEQ preset of type %s", kPresetTypeNames[type]);
+    }
+    return preset;
+}
+
+GeqPreset* Provider::loadGeqRecord(int index, bool isDefault) {
+    const char* customName = isDefault ? kDefaultName : kCustomName;
+    ProfileRecords* profile = records(index, isDefault ? "loadDefaultGeqPreset" : "loadGeqPreset");
+    if (profile == nullptr) {
+        return nullptr;
+    }
+    GeqPreset* record = isDefault ? profile->defaultGeq.get() : profile->customGeq.get();
+    if (mHelper->queryGeqValue(std::to_string(index), customName, record)) {
+        record->setDirty(false);
+    } else {
+        ALOGW("No %s GEQ preset row for profile %d", customName, index);
+    }
+    return record;
+}
+
+GeqPreset* Provider::loadDefaultGeqPreset(int index) {
+    return loadGeqRecord(index, true);
+}
+
+GeqPreset* Provider::loadGeqPreset(int index) {
+    return loadGeqRecord(index, false);
+}
+
+int Provider::init() {
+    std::vector<std::string> names;
+    mHelper->queryProfileNames(names, kDefaultName);
+    if (names.empty()) {
+        ALOGE("%s(): No profiles found from the database", "init");
+        return -19;
+    }
+    const int count = static_cast<int>(names.size());
+    ALOGD("%s(): Altogether %d profiles found", "init", count);
+    // Records made by an earlier init() stay: callers may hold them.
+    while (static_cast<int>(mProfiles.size()) < count) {
+        const int32_t index = static_cast<int32_t>(mProfiles.size());
+        auto profile = std::make_unique<ProfileRecords>();
+        profile->defaultProfile = std::make_unique<Profile>(index, "", false);
+        profile->customProfile = std::make_unique<Profile>(index, "", false);
+        profile->defaultGeq = std::make_unique<GeqPreset>(index);
+        profile->customGeq = std::make_unique<GeqPreset>(index);
+        for (size_t e = 0; e < kEndpointCount; ++e) {
+            profile->defaultEndpoints[e] =
+                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
+            profile->customEndpoints[e] =
+                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
+        }
+        mProfiles.push_back(std::move(profile));
+    }
+    mNumProfiles = count;
+    checkNumbering();
+    return 0;
+}
+
+// Profiles are addressed by index, so the default rows must number them 0 to n-1
+// and every GEQ preset must belong to one of them.
+void Provider::checkNumbering() {
+    std::vector<std::string> ids;
+    mHelper->queryProfileIds(TableType::PROFILE, kDefaultName, ids);
+    std::set<long> seen;
+    for (const std::string& text : ids) {
+        long id = -1;
+        if (!parseIndex(text, &id) || id < 0 || id >= mNumProfiles) {
+            ALOGE("Default profile with profile_id \"%s\" is outside 0 to %d", text.c_str(),
+                  mNumProfiles - 1);
+        } else if (!seen.insert(id).second) {
+            ALOGE("Default profile with profile_id \"%s\" appears twice", text.c_str());
+        }
+    }
+    ids.clear();
+    mHelper->queryProfileIds(TableType::GEQ_PRESET, kDefaultName, ids);
+    for (const std::string& text : ids) {
+        long id = -1;
+        if (!parseIndex(text, &id) || id < 0 || id >= mNumProfiles) {
+            ALOGE("Default GEQ preset with profile_id \"%s\" names no profile (0 to %d)", text.c_str(),
+                  mNumProfiles - 1);
+        }
+    }
+}
+
+}  // namespace orvan

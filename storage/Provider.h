@@ -1,0 +1,138 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "model/DeviceTuning.h"
+#include "model/GeqPreset.h"
+#include "model/IeqPreset.h"
+#include "model/Parameter.h"
+#include "model/Port.h"
+#include "model/Profile.h"
+#include "model/ProfileEndpoint.h"
+#include "model/Tuning.h"
+
+namespace orvan {
+
+class DatabaseHelper;
+
+// The object store over the settings database. Rows come in "default" (factory,
+// from the tuning files), "oem" (tunings from the OEM extra file) and "custom"
+// (the user's) kinds. The provider owns every record it hands out: the
+// per-profile objects made by init(), the IEQ presets, and the cached tunings and
+// device tunings. They stay valid until the provider is destroyed; loads and
+// reloads refresh them in place.
+//
+// Every public operation is virtual so another store can stand in. Not
+// thread-safe: the sound context and the start-up loader serialise all calls.
+class Provider {
+public:
+    static constexpr const char* kTevState = "State";
+    static constexpr const char* kSelectedProfile = "Profile";
+    static constexpr const char* kFormatVersion = "version";
+    static constexpr const char* kSignature = "signature";
+    static constexpr const char* kCustomName = "custom";
+    static constexpr const char* kOemName = "oem";
+    static constexpr const char* kDefaultName = "default";
+    static constexpr const char* kDatabaseFile = "zel_sqlite3.db";
+
+    // Opens the database in the data directory.
+    Provider();
+
+    virtual ~Provider();
+    // The stored selected profile index; -1 when none is stored.
+    virtual int getSelectedProfile();
+    virtual int getNumOfProfiles();
+    virtual bool isTevOn();
+    // The tuning of a device of a cached port (see loadDeviceTuningsForPort);
+    // null when no such device or no tuning row exists.
+    virtual Tuning* loadTuningForDevice(const std::string& deviceName);
+    // The device tunings of `port`, cached on first use. The cache owns them.
+    virtual std::set<DeviceTuning*> loadDeviceTuningsForPort(Port port);
+    virtual void initDatabase();
+    virtual void setTevOn(bool on);
+    virtual void updateDeviceTuning(const std::string& key, const std::string& value);
+    // Null for an index outside 0 .. getNumOfProfiles() - 1.
+    virtual Profile* loadDefaultProfile(int index);
+    virtual void setSelectedProfile(int index);
+    // One record per Endpoint, always; empty for an index out of range.
+    virtual std::set<ProfileEndpoint*> loadDefaultProfileEndpoints(int index);
+    virtual std::set<ProfileEndpoint*> loadProfileEndpoints(int index);
+    virtual Profile* loadProfile(int index);
+    virtual ProfileEndpoint* loadProfileEndpoint(int index, Endpoint endpoint);
+    // Write the record over its "custom" row; true when written.
+    virtual bool save(Profile* profile);
+    virtual bool save(ProfileEndpoint* endpoint);
+    virtual bool save(GeqPreset* preset);
+    // Reload the record's values from its "default" row, keeping its id;
+    // return the record.
+    virtual Profile* reset(Profile* profile);
+    virtual ProfileEndpoint* reset(ProfileEndpoint* endpoint);
+    virtual GeqPreset* reset(GeqPreset* preset);
+    virtual void create(IeqPreset* preset);
+    // Two rows each, "default" then "custom"; the record keeps the custom row's id.
+    virtual void create(GeqPreset* preset);
+    virtual void create(Profile* profile);
+    virtual void create(ProfileEndpoint* endpoint);
+    virtual void create(Tuning* tuning, const std::string& customName);
+    virtual void create(DeviceTuning* deviceTuning, const std::string& customName);
+    virtual void clearOemTunings();
+    virtual void clearOemDeviceTunings();
+    // Re-reads the device tunings of every port and refreshes the cached tunings.
+    virtual void reloadCachedDeviceTunings();
+    virtual void clear();
+    virtual void beginTransaction();
+    virtual void commitTransaction();
+    // Also seeds the selected profile ("0") and the on state ("true").
+    virtual void setDefaultXmlSignature(const std::string& signature);
+    virtual std::string getDefaultXmlSignature();
+    virtual void setDefaultXmlFormatVersion(const std::string& version);
+    virtual std::string getDefaultXmlFormatVersion();
+    virtual void setDeviceTuning(const std::string& key, const std::string& value);
+    virtual std::string getDeviceTuning(const std::string& key);
+    // The "default" curve of `type`; null for a value outside PresetType.
+    virtual IeqPreset* loadIeqPreset(PresetType type);
+
+    GeqPreset* loadDefaultGeqPreset(int index);
+    GeqPreset* loadGeqPreset(int index);
+    // Counts the default profiles and makes their objects: 0, or -19 when the
+    // database holds no default profile.
+    int init();
+
+private:
+    // The records of one profile: factory state and the user's working state.
+    struct ProfileRecords {
+        std::unique_ptr<Profile> defaultProfile;
+        std::unique_ptr<Profile> customProfile;
+        std::unique_ptr<GeqPreset> defaultGeq;
+        std::unique_ptr<GeqPreset> customGeq;
+        std::array<std::unique_ptr<ProfileEndpoint>, kEndpointCount> defaultEndpoints;
+        std::array<std::unique_ptr<ProfileEndpoint>, kEndpointCount> customEndpoints;
+    };
+
+    ProfileRecords* records(int index, const char* caller);
+    Profile* loadProfileRecord(int index, const char* customName, bool isDefault);
+    ProfileEndpoint* loadEndpointRecord(int index, Endpoint endpoint, bool isDefault);
+    std::set<ProfileEndpoint*> loadEndpointRecords(int index, bool isDefault);
+    GeqPreset* loadGeqRecord(int index, bool isDefault);
+    void checkNumbering();
+    DeviceTuning* findCachedDevice(const std::string& deviceName) const;
+    Tuning* findCachedTuning(const std::string& name) const;
+
+    std::unique_ptr<DatabaseHelper> mHelper;
+    std::set<Tuning*> mTunings;
+    std::vector<std::unique_ptr<ProfileRecords>> mProfiles;
+    int32_t mNumProfiles = 0;
+    std::map<Port, std::set<DeviceTuning*>> mDeviceTunings;
+    std::array<std::unique_ptr<IeqPreset>, kPresetTypeCount> mIeqPresets;
+    // Records dropped from the caches but possibly still held by a caller.
+    std::vector<std::unique_ptr<Tuning>> mRetiredTunings;
+    std::vector<std::unique_ptr<DeviceTuning>> mRetiredDeviceTunings;
+};
+
+}  // namespace orvan
