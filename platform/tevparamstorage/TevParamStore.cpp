@@ -1,0 +1,84 @@
+#define LOG_TAG "TevParamStore"
+
+#include <tevparamstorage/TevParamStore.h>
+
+#include <log/log.h>
+
+namespace android {
+
+ANDROID_SINGLETON_STATIC_INSTANCE(TevParamStore);
+
+status_t TevParamStore::setParam(int32_t device, int32_t id, const int32_t* values,
+                                 int32_t count) {
+    if (count < 0 || (count > 0 && values == nullptr)) {
+        ALOGE("setParam() device %d id 0x%08x: %d values at %p refused", device,
+              static_cast<uint32_t>(id), count, values);
+        return BAD_VALUE;
+    }
+    std::vector<int32_t> copy(values, values + count);
+    std::lock_guard<std::mutex> lock(mLock);
+    mStaged[std::this_thread::get_id()][Key(device, id)] = std::move(copy);
+    return NO_ERROR;
+}
+
+int32_t TevParamStore::commitChange() {
+    std::lock_guard<std::mutex> lock(mLock);
+    auto staged = mStaged.find(std::this_thread::get_id());
+    if (staged == mStaged.end()) {
+        return 0;
+    }
+    const int32_t published = static_cast<int32_t>(staged->second.size());
+    for (auto& [key, values] : staged->second) {
+        mCaches[key.first].setParam(key.second, std::move(values));
+    }
+    mStaged.erase(staged);
+    return published;
+}
+
+status_t TevParamStore::getStoredParams(int32_t device, int32_t id,
+                                        std::vector<int32_t>* values) const {
+    if (values == nullptr) {
+        ALOGE("getStoredParams() device %d id 0x%08x: no place for the values", device,
+              static_cast<uint32_t>(id));
+        return BAD_VALUE;
+    }
+    std::lock_guard<std::mutex> lock(mLock);
+    auto cache = mCaches.find(device);
+    const std::vector<int32_t>* found =
+            cache == mCaches.end() ? nullptr : cache->second.findParam(id);
+    if (found == nullptr) {
+        ALOGD("getStoredParams() device %d has no parameter 0x%08x", device,
+              static_cast<uint32_t>(id));
+        return NAME_NOT_FOUND;
+    }
+    *values = *found;
+    return NO_ERROR;
+}
+
+status_t TevParamStore::getStoredParams(int32_t device, TevParamCache* cache) const {
+    if (cache == nullptr) {
+        ALOGE("getStoredParams() device %d: no place for the cache", device);
+        return BAD_VALUE;
+    }
+    std::lock_guard<std::mutex> lock(mLock);
+    auto found = mCaches.find(device);
+    if (found == mCaches.end()) {
+        ALOGD("getStoredParams() device %d has no parameters", device);
+        return NAME_NOT_FOUND;
+    }
+    *cache = found->second;
+    return NO_ERROR;
+}
+
+std::vector<TevStoredParam> TevParamStore::getCommittedParams() const {
+    std::vector<TevStoredParam> out;
+    std::lock_guard<std::mutex> lock(mLock);
+    for (const auto& [device, cache] : mCaches) {
+        for (const auto& [id, values] : cache.getParams()) {
+            out.push_back({device, id, values});
+        }
+    }
+    return out;
+}
+
+}  // namespace android

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace android {
+
+// The committed engine parameters of one output device, by parameter id.
+class TevParamCache {
+public:
+    using Params = std::map<int32_t, std::vector<int32_t>>;
+
+    void setParam(int32_t id, std::vector<int32_t> values) { mParams[id] = std::move(values); }
+    // The values of `id`, or null when the device never received it.
+    const std::vector<int32_t>* findParam(int32_t id) const {
+        auto it = mParams.find(id);
+        return it == mParams.end() ? nullptr : &it->second;
+    }
+    const Params& getParams() const { return mParams; }
+    size_t size() const { return mParams.size(); }
+
+private:
+    Params mParams;
+};
+
+}  // namespace android

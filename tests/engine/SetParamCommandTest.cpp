@@ -1,0 +1,119 @@
+#include <set>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <tevparamstorage/TevParamStore.h>
+
+#include "engine/SetParamCommand.h"
+#include "engine/TevEffect.h"
+#include "tests/engine/CommandEntries.h"
+
+namespace orvan {
+namespace {
+
+constexpr int32_t kAllDevices = 0x40000000;
+
+constexpr int32_t pack(char a, char b, char c, char d) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) | static_cast<uint32_t>(b) << 8 |
+                                static_cast<uint32_t>(c) << 16 | static_cast<uint32_t>(d) << 24);
+}
+
+// The committed state of the store, flattened for comparison.
+std::vector<Values> committed() {
+    std::vector<Values> out;
+    for (const android::TevStoredParam& p :
+         android::TevParamStore::getInstance().getCommittedParams()) {
+        out.push_back({p.device, p.id});
+        out.back().insert(out.back().end(), p.values.begin(), p.values.end());
+    }
+    return out;
+}
+
+TEST(TevParameterTest, IdsPackLowerCasedCodesFromTheLowByteUp) {
+    EXPECT_EQ(tevParameterId(DVLE), pack('d', 'v', 'l', 'e'));
+    EXPECT_EQ(tevParameterId("dvle"), tevParameterId(DVLE));
+    EXPECT_EQ(tevParameterId(VOL), pack('v', 'o', 'l', 0));
+    EXPECT_EQ(tevParameterId(DEA), pack('d', 'e', 'a', 0));
+    EXPECT_EQ(tevParameterId(DSA), pack('d', 's', 'a', 0));
+    for (const char* bad : {static_cast<const char*>(nullptr), "", "ABCDE"}) {
+        EXPECT_EQ(tevParameterId(bad), 0);
+    }
+    // The store tells parameters apart by id alone.
+    std::set<int32_t> ids;
+    for (size_t i = 0; i < kTevParameterCount; ++i) {
+        const int32_t id = tevParameterId(static_cast<TevParameter>(i));
+        EXPECT_TRUE(ids.insert(id).second) << kTevParameterCodes[i];
+        EXPECT_EQ(tevParameterFromId(id), static_cast<int>(i));
+    }
+}
+
+TEST(SetParamCommandTest, ExecutedCommandHasTheEngineLayout) {
+    TevEffect effect(0, "test");
+    SetParamCommand command(kAllDevices);
+    command.setDeviceId(2);
+    command.add(DVLE, 1);
+    EXPECT_EQ(command.execute(effect), -22);
+    EXPECT_EQ(command.getBuffer(), (Values{kAllDevices, 1, 2, tevParameterId(DVLE), 1, 1}));
+}
+
+TEST(SetParamCommandTest, EveryAddFormWritesOneParameterForTheCurrentDevice) {
+    const Values a = {1, 2}, b = {3}, empty;
+    SetParamCommand command(kAllDevices);
+    command.add(PLB, &a);
+    command.setDeviceId(8);
+    command.add(VBSF, {&a, &b});
+    command.add(GEBS, 2, {&a, &b, &empty});
+    command.add(DRCM, static_cast<const Values*>(nullptr));
+    const std::vector<test::CommandEntry> expected = {{-1, "PLB", {1, 2}},
+                                                      {8, "VBSF", {1, 2, 3}},
+                                                      {8, "GEBS", {2, 1, 2, 3}},
+                                                      {8, "DRCM", {}}};
+    EXPECT_EQ(test::commandEntries(command), expected);
+    EXPECT_EQ(command.getBuffer()[1], 0) << "the count is written when the command is sent";
+}
+
+TEST(TevEffectTest, ACommandArrivesInTheStore) {
+    TevEffect effect(0, "test");
+    const Values frequencies = {100, 1000}, targets = {-2, 3};
+    SetParamCommand command(kAllDevices);
+    command.setDeviceId(2001);
+    command.add(DVLE, 1);
+    command.setDeviceId(2002);
+    command.add(IEBS, 2, {&frequencies, &targets});
+    command.execute(effect);
+    EXPECT_EQ(test::storedValues(2001, DVLE), Values{1});
+    EXPECT_EQ(test::storedValues(2002, IEBS), (Values{2, 100, 1000, -2, 3}));
+
+    Values raw = {kAllDevices, 1, 2001, tevParameterId(DVLE), 1, 0};
+    EXPECT_EQ(effect.send(0, raw), -22);
+    EXPECT_EQ(test::storedValues(2001, DVLE), Values{0});
+}
+
+TEST(TevEffectTest, AMalformedOrEmptyCommandChangesNothing) {
+    TevEffect effect(0, "test");
+    SetParamCommand seed(kAllDevices);
+    seed.setDeviceId(2101);
+    seed.add(DVLE, 1);
+    seed.execute(effect);
+    const std::vector<Values> before = committed();
+
+    const int32_t dvle = tevParameterId(DVLE);
+    const std::vector<Values> malformed = {
+            // The first parameter is sound, the second runs past the end: the
+            // first must not be applied on its own.
+            {kAllDevices, 2, 2101, dvle, 1, 0, 2101, tevParameterId(DVLA), 4, 9},
+            {kAllDevices, 1, 2101, dvle, 1, 0, 7},
+            {kAllDevices},
+    };
+    for (const Values& words : malformed) {
+        effect.sendSharedStore(words.data(), words.size() * sizeof(int32_t));
+    }
+    effect.sendSharedStore(malformed[1].data(), 6 * sizeof(int32_t) - 1);
+    effect.sendSharedStore(nullptr, 24);
+    SetParamCommand empty(kAllDevices);
+    EXPECT_EQ(empty.execute(effect), 0);
+    EXPECT_EQ(committed(), before);
+}
+
+}  // namespace
+}  // namespace orvan
