@@ -1,0 +1,165 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "tests/tuningfile/TuningTestSupport.h"
+#include "tuningfile/TuningFileParser.h"
+
+namespace orvan {
+namespace {
+
+using test::sourcePath;
+
+// Every record of a data set as text, in a stable order.
+std::vector<std::string> describe(DeviceData& data) {
+    std::vector<std::string> lines;
+    for (auto* r : data.getIeqPresets()) lines.push_back(r->toString());
+    for (auto* r : data.getGeqPresets()) lines.push_back(r->toString());
+    for (auto* r : data.getProfiles()) lines.push_back(r->toString());
+    for (auto* r : data.getProfileEndpoints()) lines.push_back(r->toString());
+    for (auto* r : data.getTunings()) lines.push_back(r->toString());
+    for (auto* r : data.getDeviceTunings()) lines.push_back(r->toString());
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+// Each record holds a non-empty list for every parameter of its kind, and no
+// two records of a kind hold the same values, so a wrong lookup shows.
+template <typename T>
+void expectCompleteAndDistinct(const std::set<T*>& records, const char* kind) {
+    for (T* record : records) {
+        for (Parameter p : record->getValidParams()) {
+            const Values* values = record->find(p);
+            EXPECT_TRUE(values != nullptr && !values->empty()) << kind << " lacks " << kParameterNames[p];
+        }
+        for (T* other : records) {
+            EXPECT_TRUE(record == other || record->getValues() != other->getValues()) << kind;
+        }
+    }
+}
+
+class BundledTuningFilesTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(mDefault.setTuningFile(sourcePath("data/zel-default.xml")), 0);
+        ASSERT_EQ(mExtra.setTuningFile(sourcePath("data/zel-extra.xml")), 0);
+    }
+    // The values of `p` in the named default tuning; {} when either is missing.
+    Values value(const std::string& name, Parameter p) {
+        for (Tuning* t : mDefault.getDeviceData()->getTunings()) {
+            if (t->getName() == name) return t->find(p) != nullptr ? *t->find(p) : Values{};
+        }
+        ADD_FAILURE() << "no tuning " << name;
+        return {};
+    }
+
+    TuningFileParser mDefault;
+    TuningFileParser mExtra;
+};
+
+TEST_F(BundledTuningFilesTest, DefaultFileHoldsEveryRecordComplete) {
+    DeviceData& data = *mDefault.getDeviceData();
+    EXPECT_EQ(data.getFormatVersion(), "1.0.0");
+    const int profiles = mDefault.getNumOfProfiles();
+    ASSERT_GE(profiles, 4);
+    std::set<int32_t> profileIds, geqIds;
+    std::set<std::pair<int32_t, int>> endpoints;
+    std::set<int> ieqTypes;
+    int mobility = 0;
+    for (Profile* p : data.getProfiles()) {
+        profileIds.insert(p->getProfileId());
+        mobility += p->isMobility() ? 1 : 0;
+    }
+    for (GeqPreset* g : data.getGeqPresets()) geqIds.insert(g->getProfileId());
+    for (ProfileEndpoint* e : data.getProfileEndpoints()) endpoints.insert({e->getProfileId(), e->getEndpoint()});
+    for (IeqPreset* p : data.getIeqPresets()) ieqTypes.insert(p->getType());
+    EXPECT_EQ(profileIds.size(), static_cast<size_t>(profiles));
+    EXPECT_EQ(*profileIds.rbegin(), profiles - 1);
+    EXPECT_EQ(geqIds, profileIds);
+    EXPECT_EQ(mobility, 1);
+    EXPECT_EQ(endpoints.size(), 3u * profiles);
+    EXPECT_EQ(data.getProfileEndpoints().size(), 3u * profiles);
+    EXPECT_EQ(ieqTypes, (std::set<int>{0, 1, 2, 3}));
+    for (IeqPreset* p : data.getIeqPresets()) EXPECT_EQ(p->find(ieq_target)->size(), 20u);
+    for (GeqPreset* p : data.getGeqPresets()) EXPECT_EQ(p->find(geq_gain)->size(), 20u);
+    expectCompleteAndDistinct(data.getIeqPresets(), "IEQ preset");
+    expectCompleteAndDistinct(data.getGeqPresets(), "GEQ preset");
+    expectCompleteAndDistinct(data.getProfiles(), "profile");
+    expectCompleteAndDistinct(data.getProfileEndpoints(), "profile endpoint");
+    expectCompleteAndDistinct(data.getTunings(), "tuning");
+
+    std::set<std::string> tuningNames;
+    for (Tuning* t : data.getTunings()) tuningNames.insert(t->getName());
+    EXPECT_EQ(tuningNames.size(), 8u);
+    std::map<std::string, std::string> portOf;
+    for (DeviceTuning* d : data.getDeviceTunings()) {
+        portOf[d->getDevice()] = d->getPort();
+        EXPECT_EQ(tuningNames.count(d->getTuning()), 1u) << d->getDevice();
+    }
+    for (std::string port : {"internal_speaker", "hdmi", "miracast", "headphone", "bluetooth", "usb"}) {
+        EXPECT_EQ(portOf["default_" + port], port);
+    }
+}
+
+TEST_F(BundledTuningFilesTest, ValuesOfEverySetterKindReachTheirRecords) {
+    for (Tuning* t : mDefault.getDeviceData()->getTunings()) {
+        EXPECT_EQ(t->isMono(), t->getName() == "internal_speaker_mono");
+        EXPECT_EQ(t->getEndpoint() == ENDPOINT_OTHER, t->getName().find("output") != std::string::npos);
+    }
+    EXPECT_EQ(value("internal_speaker_mono", output_mix_matrix), (Values{8192, 8192, 8192, 8192}));
+    EXPECT_EQ(value("hdmi_output", output_channels), Values{4});
+    EXPECT_EQ(value("hdmi_output", regulator_stress_amount), (Values{4, 4, 4, 4}));
+    EXPECT_EQ(value("headphone_wired", virtual_bass_mix_freq_low), Values{120});
+    EXPECT_EQ(value("headphone_wired", virtual_bass_src_freq_high), Values{170});
+    EXPECT_EQ(value("headphone_wired", virtual_bass_subgains), (Values{-84, -124, -164}));
+    EXPECT_EQ(value("headphone_wired", bass_enhancer_boost), Values{96});
+    EXPECT_NE(value("internal_speaker_stereo", audio_optimizer_gain_l),
+              value("internal_speaker_stereo", audio_optimizer_gain_r));
+    EXPECT_EQ(value("internal_speaker_stereo", regulator_isolated_band).at(0), 1);
+    EXPECT_LT(value("internal_speaker_stereo", regulator_threshold_low).at(0),
+              value("internal_speaker_stereo", regulator_threshold_high).at(0));
+    for (Profile* p : mDefault.getDeviceData()->getProfiles()) {
+        EXPECT_EQ(p->getName() == "movie", *p->find(custom_drc_metadata) == (Values{1, -24, 12, 0}));
+    }
+    for (ProfileEndpoint* e : mDefault.getDeviceData()->getProfileEndpoints()) {
+        if (e->getProfileId() == 1 && e->getEndpoint() == ENDPOINT_SPEAKER) {
+            EXPECT_EQ(e->getSelectedIeqPreset(), PRESET_WARM);
+            EXPECT_EQ(*e->find(virtual_bass_enable), Values{1});
+        }
+    }
+}
+
+TEST_F(BundledTuningFilesTest, ExtraFileOnlyAddsItsOwnTuningsAndDevices) {
+    DeviceData& extra = *mExtra.getDeviceData();
+    EXPECT_EQ(extra.getFormatVersion(), mDefault.getDeviceData()->getFormatVersion());
+    EXPECT_TRUE(extra.getProfiles().empty());
+    EXPECT_GE(extra.getTunings().size(), 1u);
+    expectCompleteAndDistinct(extra.getTunings(), "OEM tuning");
+    std::set<std::string> taken;
+    for (Tuning* t : mDefault.getDeviceData()->getTunings()) taken.insert(t->getName());
+    for (DeviceTuning* d : mDefault.getDeviceData()->getDeviceTunings()) taken.insert(d->getDevice());
+    for (Tuning* t : extra.getTunings()) EXPECT_EQ(taken.count(t->getName()), 0u) << t->getName();
+    for (DeviceTuning* d : extra.getDeviceTunings()) EXPECT_EQ(taken.count(d->getDevice()), 0u) << d->getDevice();
+}
+
+TEST_F(BundledTuningFilesTest, AFileWithoutWhitespaceReadsLikeTheIndentedOne) {
+    std::ifstream in(sourcePath("data/zel-default.xml"));
+    std::stringstream text;
+    text << in.rdbuf();
+    test::TempRoot root;
+    const std::string indented = text.str();
+    std::string flat;
+    for (size_t i = 0; i < indented.size(); ++i) {
+        flat += indented[i];
+        const size_t next = indented.find_first_not_of(" \n", i + 1);
+        if (indented[i] == '>' && next != std::string::npos && indented[next] == '<') i = next - 1;
+    }
+    ASSERT_LT(std::count(flat.begin(), flat.end(), '\n'), 5);
+    TuningFileParser parser;
+    ASSERT_EQ(parser.setTuningFile(test::writeFile(root, "flat.xml", flat)), 0);
+    EXPECT_EQ(describe(*parser.getDeviceData()), describe(*mDefault.getDeviceData()));
+}
+
+}  // namespace
+}  // namespace orvan

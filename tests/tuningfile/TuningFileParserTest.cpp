@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/tuningfile/TuningTestSupport.h"
+#include "tuningfile/TuningFileParser.h"
+
+namespace orvan {
+namespace {
+
+using test::LogCapture;
+using test::TempRoot;
+using test::writeFile;
+
+class TuningFileParserTest : public testing::Test {
+protected:
+    // Parses `body` inside a root element; the test fails when parsing does.
+    DeviceData& parse(const std::string& body) {
+        EXPECT_EQ(mParser.setTuningFile(writeFile(mRoot, "t.xml", "<orvan_tuning>" + body + "</orvan_tuning>")), 0);
+        return *mParser.getDeviceData();
+    }
+    template <typename T>
+    static T* only(std::set<T*>& records) {
+        EXPECT_EQ(records.size(), 1u);
+        return records.empty() ? nullptr : *records.begin();
+    }
+
+    TempRoot mRoot;
+    TuningFileParser mParser;
+};
+
+TEST_F(TuningFileParserTest, PresetNamesMatchBySubstringInAFixedOrder) {
+    const struct {
+        const char* name;
+        PresetType type;
+        bool logged;
+    } cases[] = {
+        {"", PRESET_OFF, true},           {"wa", PRESET_OFF, true},
+        {"ieq_warm", PRESET_WARM, false}, {"ieq_detailed", PRESET_DETAILED, false},
+        {"warm_off", PRESET_OFF, false},  {"balanced_warm", PRESET_BALANCED, false},
+        {"warm_detailed", PRESET_WARM, false}, {"loud", PRESET_OFF, true},
+    };
+    for (const auto& c : cases) {
+        LogCapture log;
+        EXPECT_EQ(TuningFileParser::getIeqPresetTypeByName(c.name), c.type) << c.name;
+        EXPECT_EQ(log.contains("name is invalid"), c.logged) << c.name;
+    }
+}
+
+TEST_F(TuningFileParserTest, ProfileEndpointsTakeTheirPresetOnlyFromAFirstInclude) {
+    DeviceData& data = parse(R"(<profile id="0" name="p">
+        <endpoint_type id="speaker"><include preset="ieq_warm"/><ieq-amount value="3"/></endpoint_type>
+        <endpoint_type id="headphone"><ieq-amount value="4"/><include preset="ieq_warm"/></endpoint_type>
+        <endpoint_type id="other"/>
+        <volume-modeler-enable value="true"/>
+        <endpoint_type id="car"><include/></endpoint_type></profile>)");
+    ASSERT_EQ(data.getProfileEndpoints().size(), 4u);
+    std::map<int, int> presetByEndpoint;
+    for (ProfileEndpoint* endpoint : data.getProfileEndpoints()) {
+        EXPECT_TRUE(endpoint->isDirty());
+        presetByEndpoint[endpoint->getEndpoint()] += endpoint->getSelectedIeqPreset();
+        // A self-closing endpoint must not pick up the profile's own elements.
+        EXPECT_EQ(endpoint->find(volume_modeler_enable), nullptr);
+    }
+    EXPECT_EQ(presetByEndpoint, (std::map<int, int>{{0, PRESET_WARM}, {1, PRESET_OFF}, {2, PRESET_OFF}}));
+    EXPECT_EQ(*only(data.getProfiles())->find(volume_modeler_enable), Values{1});
+}
+
+TEST_F(TuningFileParserTest, DuplicateProfileIdsMakeTwoProfilesAndTheLaterNameWins) {
+    DeviceData& data = parse(R"(<profile id="1" name="first"/><profile id="1" name="second" group="mobility"/>)");
+    EXPECT_EQ(data.getProfiles().size(), 2u);
+    EXPECT_EQ(mParser.getNumOfProfiles(), 2);
+    EXPECT_EQ(mParser.getProfileName(1), "second");
+    EXPECT_EQ(mParser.getProfileName(0), "");
+    EXPECT_EQ(std::count_if(data.getProfiles().begin(), data.getProfiles().end(),
+                            [](Profile* p) { return p->isMobility() && p->getSelectedGeqPreset() == 1; }),
+              1);
+}
+
+TEST_F(TuningFileParserTest, TuningAttributesAndAMissingDataSection) {
+    LogCapture log;
+    DeviceData& data = parse(R"(<tuning name="t" endpoint_type="bogus" mono_device="TRUE" output_channels="2">
+        <device_id id="dev" endpoint_port="usb"/></tuning>)");
+    EXPECT_TRUE(log.contains("There is no <data> in Tuning section"));
+    Tuning* tuning = only(data.getTunings());
+    ASSERT_NE(tuning, nullptr);
+    EXPECT_EQ(tuning->getEndpoint(), ENDPOINT_SPEAKER);
+    EXPECT_FALSE(tuning->isMono());
+    EXPECT_TRUE(tuning->isReadonly());
+    EXPECT_EQ(tuning->getValues(), (std::map<Parameter, Values>{{orientation, {}}, {output_channels, {2}}}));
+    DeviceTuning* device = only(data.getDeviceTunings());
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(device->toString(), "id=-1\ndevice=dev\nport=usb\ntuning=t");
+    EXPECT_EQ(data.getFormatVersion(), "");
+}
+
+TEST_F(TuningFileParserTest, ElementsOutsideTheirRecordOrWithBadIdsAreSkipped) {
+    DeviceData& data = parse(R"(<format_version major="1" minor="2" maintenance="3"/>
+        <preset id="x" type="geq"/><preset id="ieq_warm" type="fir"/><profile id="-1" name="neg"/>
+        <profile id="zero" name="text"/><profile id="2147483648" name="big"/><profile id="0" name="ok"><ieq-amount value="3"/>
+          <tuning name="nested"/></profile>
+        <tuning name="t" endpoint_type="other"><data><ieq-amount value="3"/><geq/>
+          <regulator-enable value="true"/><unknown-thing value="1"/></data><data><peak-value value="1"/></data>
+        </tuning>)");
+    EXPECT_EQ(data.getFormatVersion(), "1.2.3");
+    EXPECT_TRUE(data.getGeqPresets().empty());
+    EXPECT_TRUE(data.getIeqPresets().empty());
+    EXPECT_TRUE(only(data.getProfiles())->getValues().empty());
+    Tuning* tuning = only(data.getTunings());
+    ASSERT_NE(tuning, nullptr);
+    EXPECT_EQ(tuning->getName(), "t");
+    EXPECT_EQ(tuning->getValues().size(), 3u);  // orientation, output_channels, regulator_enable
+    EXPECT_EQ(*tuning->find(regulator_enable), Values{1});
+}
+
+TEST_F(TuningFileParserTest, UnreadableFilesKeepThePreviousDataSet) {
+    TuningFileParser fresh;
+    EXPECT_EQ(fresh.setTuningFile(mRoot.path() + "/none.xml"), -22);
+    EXPECT_FALSE(fresh.isParsed());
+    EXPECT_EQ(fresh.getDeviceData(), nullptr);
+
+    DeviceData* data = &parse(R"(<profile id="0" name="kept"/><tuning name="t"><data/></tuning>)");
+    std::string bomb = "<!DOCTYPE r [<!ENTITY e0 \"lol\">";
+    for (int i = 1; i < 10; ++i) {
+        bomb += "<!ENTITY e" + std::to_string(i) + " \"";
+        for (int j = 0; j < 10; ++j) bomb += "&e" + std::to_string(i - 1) + ";";
+        bomb += "\">";
+    }
+    const std::string bad[] = {
+        "", mRoot.path() + "/none.xml", mRoot.path(),
+        writeFile(mRoot, "cut.xml", "<orvan_tuning><profile id=\"0\" name=\"new\">"),
+        writeFile(mRoot, "nest.xml", "<orvan_tuning><profile></tuning></profile>"),
+        writeFile(mRoot, "text.xml", "not xml at all"),
+        writeFile(mRoot, "bomb.xml", bomb + "]><r><profile id=\"0\" name=\"&e9;\"/></r>"),
+    };
+    for (const std::string& path : bad) {
+        EXPECT_EQ(mParser.setTuningFile(path), -22) << path;
+        EXPECT_TRUE(mParser.isParsed());
+        ASSERT_EQ(mParser.getDeviceData(), data) << path;
+        EXPECT_EQ(only(data->getProfiles())->getName(), "kept");
+        EXPECT_EQ(only(data->getTunings())->getName(), "t");
+        EXPECT_EQ(mParser.getProfileName(0), "kept");
+    }
+}
+
+TEST_F(TuningFileParserTest, OddButWellFormedFilesGiveDefinedResults) {
+    std::string manyBands = "<preset id=\"3\" type=\"geq\"><geq>";
+    for (int i = 0; i < 3000; ++i) {
+        manyBands += "<band_geq frequency=\"" + std::to_string(i) + "\" gain=\"1\"/>";
+    }
+    DeviceData& data = parse(R"(<profile/><tuning/><preset/><device_id/><endpoint_type/><format_version/>
+        <tool_version major="99999999999999999999"/><data><ieq-amount value="1"/></data>
+        <profile id="0" name="n"><endpoint_type><peak-value value="12x"/><surround-boost value=""/></endpoint_type>
+        </profile><!-- comment --><?pi x?><![CDATA[<tuning>]]>)" + manyBands + "</geq></preset>");
+    EXPECT_EQ(data.getToolVersion(), "99999999999999999999..");
+    EXPECT_EQ(data.getProfiles().size(), 1u);
+    ProfileEndpoint* endpoint = only(data.getProfileEndpoints());
+    ASSERT_NE(endpoint, nullptr);
+    EXPECT_EQ(endpoint->getEndpoint(), ENDPOINT_OTHER);
+    EXPECT_EQ(*endpoint->find(peak_value), Values{12});
+    EXPECT_EQ(*endpoint->find(surround_boost), Values{0});
+    Tuning* tuning = only(data.getTunings());
+    ASSERT_NE(tuning, nullptr);
+    EXPECT_EQ(tuning->getName(), "");
+    EXPECT_EQ(only(data.getGeqPresets())->find(geq_gain)->size(), 3000u);
+}
+
+}  // namespace
+}  // namespace orvan

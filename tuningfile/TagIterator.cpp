@@ -1,0 +1,193 @@
+#define LOG_TAG "TagIterator"
+
+#include "tuningfile/TagIterator.h"
+
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+#include <log/log.h>
+
+#include "tuningfile/IntegerText.h"
+
+namespace orvan {
+namespace {
+
+struct XmlStringDeleter {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+};
+using XmlString = std::unique_ptr<xmlChar, XmlStringDeleter>;
+
+std::string toString(const XmlString& text) {
+    return text ? std::string(reinterpret_cast<const char*>(text.get())) : std::string();
+}
+
+bool isElement(const xmlNode* node) {
+    return node != nullptr && node->type == XML_ELEMENT_NODE;
+}
+
+// The value of one attribute node, entities resolved.
+std::string attributeValue(const xmlAttr* attribute) {
+    return toString(XmlString(xmlNodeListGetString(attribute->doc, attribute->children, 1)));
+}
+
+// libxml2 reports I/O failures through this handler as well as through
+// xmlGetLastError(), which init() logs.
+void ignoreGenericError(void*, const char*, ...) {}
+
+}  // namespace
+
+void TagIterator::DocumentDeleter::operator()(_xmlDoc* document) const {
+    xmlFreeDoc(document);
+}
+
+TagIterator::TagIterator() = default;
+
+TagIterator::~TagIterator() = default;
+
+int TagIterator::init(const std::string& path) {
+    mNodeStack.clear();
+    mCurrent = nullptr;
+    mRoot = nullptr;
+    mDocument.reset();
+    if (path.empty()) {
+        ALOGE("Invalide xml file path, %d", 40);
+        return -22;
+    }
+    xmlResetLastError();
+    // Errors go to our log below instead of stderr; no network access.
+    const xmlGenericErrorFunc savedHandler = xmlGenericError;
+    void* const savedContext = xmlGenericErrorContext;
+    xmlSetGenericErrorFunc(nullptr, ignoreGenericError);
+    mDocument.reset(xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    xmlSetGenericErrorFunc(savedContext, savedHandler);
+    if (!mDocument) {
+        ALOGE("fail to call xmlReadFile,  %d", 46);
+        const xmlError* error = xmlGetLastError();
+        std::string message = error != nullptr && error->message != nullptr ? error->message : "unknown error";
+        while (!message.empty() && message.back() == '\n') {
+            message.pop_back();
+        }
+        ALOGE("%s:%d: %s", path.c_str(), error != nullptr ? error->line : 0, message.c_str());
+        return -22;
+    }
+    mRoot = xmlDocGetRootElement(mDocument.get());
+    if (mRoot == nullptr) {
+        ALOGE("fail to call xmlDocGetRootElement, %d", 52);
+        return -19;
+    }
+    mCurrent = mRoot->children;
+    return 0;
+}
+
+void TagIterator::clearAll() {
+    mNodeStack.clear();
+    mDocument.reset();
+    mRoot = nullptr;
+    mCurrent = nullptr;
+    xmlCleanupParser();
+}
+
+void TagIterator::next() {
+    if (mCurrent != nullptr) {
+        mCurrent = mCurrent->next;
+    }
+}
+
+void TagIterator::childrenNext() {
+    if (mCurrent != nullptr && mCurrent->children != nullptr) {
+        mCurrent = mCurrent->children->next;
+    }
+}
+
+bool TagIterator::isChildrenValid() const {
+    return mCurrent != nullptr && mCurrent->children != nullptr;
+}
+
+bool TagIterator::isNextValid() const {
+    return mCurrent != nullptr && mCurrent->next != nullptr;
+}
+
+bool TagIterator::isCurValid() const {
+    return mCurrent != nullptr;
+}
+
+bool TagIterator::isElementNode() const {
+    return isElement(mCurrent);
+}
+
+void TagIterator::pushNode() {
+    mNodeStack.push_back(mCurrent);
+}
+
+void TagIterator::popNode() {
+    if (mNodeStack.empty()) {
+        ALOGE("It's empty in node stack!");
+        return;
+    }
+    mCurrent = mNodeStack.back();
+    mNodeStack.pop_back();
+}
+
+std::string TagIterator::getNodeName() const {
+    if (mCurrent == nullptr || mCurrent->name == nullptr) {
+        return "";
+    }
+    return reinterpret_cast<const char*>(mCurrent->name);
+}
+
+void TagIterator::parseNodeIntVector(std::vector<int32_t>& out) const {
+    if (mCurrent == nullptr) {
+        ALOGE("Invalid node when parsing String vector.");
+        return;
+    }
+    if (!isElement(mCurrent)) {
+        return;
+    }
+    for (const xmlAttr* attribute = mCurrent->properties; attribute != nullptr; attribute = attribute->next) {
+        out.push_back(IntegerText::toInt32(attributeValue(attribute)));
+    }
+}
+
+void TagIterator::parseNodeAll(std::vector<std::string>& out) const {
+    std::vector<std::string> all;
+    parseNodeWithName({}, all);
+    out = all;
+}
+
+void TagIterator::parseNodeWithName(const std::vector<std::string>& names, std::vector<std::string>& out) const {
+    if (mCurrent == nullptr) {
+        ALOGE("Invalid node when parsing String vector.");
+        return;
+    }
+    if (!isElement(mCurrent)) {
+        return;
+    }
+    if (names.empty()) {
+        for (const xmlAttr* attribute = mCurrent->properties; attribute != nullptr; attribute = attribute->next) {
+            out.push_back(attributeValue(attribute));
+        }
+        return;
+    }
+    for (const std::string& name : names) {
+        out.push_back(toString(XmlString(xmlGetProp(mCurrent, reinterpret_cast<const xmlChar*>(name.c_str())))));
+    }
+}
+
+bool TagIterator::firstChildElement() {
+    if (mCurrent == nullptr) {
+        return false;
+    }
+    for (xmlNode* child = mCurrent->children; child != nullptr; child = child->next) {
+        if (isElement(child)) {
+            mCurrent = child;
+            return true;
+        }
+    }
+    return false;
+}
+
+int TagIterator::getLine() const {
+    return mCurrent != nullptr ? static_cast<int>(xmlGetLineNo(mCurrent)) : 0;
+}
+
+}  // namespace orvan

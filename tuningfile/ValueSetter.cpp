@@ -1,0 +1,92 @@
+// The value setters share this file and the "ValueSetter" log tag.
+#define LOG_TAG "ValueSetter"
+
+#include <log/log.h>
+
+#include "tuningfile/AudioOptimizerValueSetter.h"
+#include "tuningfile/DrcRowDataValueSetter.h"
+#include "tuningfile/GeqValueSetter.h"
+#include "tuningfile/IeqValueSetter.h"
+#include "tuningfile/IntegerText.h"
+#include "tuningfile/MixMatrixValueSetter.h"
+#include "tuningfile/NodeParseUtils.h"
+#include "tuningfile/RegulatorTuningValueSetter.h"
+#include "tuningfile/SimpleValueSetter.h"
+#include "tuningfile/VirtualBassSubgainValueSetter.h"
+#include "tuningfile/VirtualBassValueSetter.h"
+
+namespace orvan {
+
+const std::vector<std::string> VirtualBassValueSetter::kAttrNames = {"frequency_low", "frequency_high"};
+const std::vector<std::string> IeqValueSetter::kAttrNames = {"frequency", "target"};
+const std::vector<std::string> GeqValueSetter::kAttrNames = {"frequency", "gain"};
+const std::vector<std::string> AudioOptimizerValueSetter::kAttrNames = {
+    "frequency", "gain_left", "gain_right", "gain_left_surround", "gain_right_surround"};
+const std::vector<std::string> RegulatorTuningValueSetter::kAttrNames = {
+    "frequency", "threshold_low", "threshold_high", "isolated_band"};
+
+void SimpleValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    values.set(getParameters()[0], {NodeParseUtils::parseValue(it)});
+}
+
+void RowDataValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    values.set(getParameters()[0], NodeParseUtils::parseDataRow(it));
+}
+
+void DrcRowDataValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    Values row = NodeParseUtils::parseDataRow(it);
+    if (row.empty()) {
+        row.push_back(0);
+    }
+    values.set(getParameters()[0], row);
+}
+
+void MixMatrixValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    values.set(getParameters()[0], NodeParseUtils::parseMixMatrix(it));
+}
+
+void VirtualBassSubgainValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    Values gains;
+    it.parseNodeIntVector(gains);
+    values.set(getParameters()[0], gains);
+}
+
+void VirtualBassValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    std::vector<std::string> texts;
+    it.parseNodeWithName(kAttrNames, texts);
+    if (texts.size() < kAttrNames.size()) {
+        return;
+    }
+    values.set(getParameters()[0], IntegerText::toList(texts[0]));
+    values.set(getParameters()[1], IntegerText::toList(texts[1]));
+}
+
+void BandValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    const std::vector<std::string>& names = attrNames();
+    const std::string band = bandName();
+    std::vector<std::string> lists(names.size());
+    NodeParseUtils::forEachChildElement(it, [&](TagIterator& child) {
+        if (!band.empty() && child.getNodeName() != band) {
+            ALOGI("No attribute %s was found!", band.c_str());
+            return;
+        }
+        std::vector<std::string> texts;
+        child.parseNodeWithName(names, texts);
+        for (size_t i = 0; i < texts.size() && i < lists.size(); ++i) {
+            // An empty text would end the list early ("100,,300"), so it adds nothing.
+            if (texts[i].empty()) {
+                continue;
+            }
+            if (!lists[i].empty()) {
+                lists[i] += ',';
+            }
+            lists[i] += texts[i];
+        }
+    });
+    const std::vector<Parameter>& parameters = getParameters();
+    for (size_t i = 0; i < parameters.size() && i < lists.size(); ++i) {
+        values.set(parameters[i], IntegerText::toList(lists[i]));
+    }
+}
+
+}  // namespace orvan
