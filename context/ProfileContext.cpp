@@ -1,0 +1,133 @@
+#define LOG_TAG "ProfileContext"
+
+#include "context/ProfileContext.h"
+
+#include <cstdlib>
+
+#include <log/log.h>
+
+#include "storage/Provider.h"
+
+namespace orvan {
+namespace {
+
+[[noreturn]] void missingEndpoint(Endpoint endpoint) {
+    ALOGE("Couldn't find the profile endpoint fo %d", static_cast<int>(endpoint));
+    exit(-1);
+}
+
+ProfileEndpoint* findEndpoint(const std::set<ProfileEndpoint*>& endpoints, Endpoint endpoint) {
+    for (ProfileEndpoint* record : endpoints) {
+        if (record != nullptr && record->getEndpoint() == endpoint) {
+            return record;
+        }
+    }
+    return nullptr;
+}
+
+// A missing record on one side only counts as a change.
+template <typename Record>
+bool differs(const Record* a, const Record* b) {
+    if (a == nullptr || b == nullptr) {
+        return a != b;
+    }
+    return !a->equals(*b);
+}
+
+}  // namespace
+
+bool ProfileContext::isIeqEnabled(const ProfileEndpoint& endpoint) {
+    const Values* enable = endpoint.find(ieq_enable);
+    return enable != nullptr && !enable->empty() && enable->front() != 0;
+}
+
+ProfileContext::Defaults::Defaults(Provider* provider, int profile)
+    : mProfile(provider->loadDefaultProfile(profile)),
+      mProfileEndpoints(provider->loadDefaultProfileEndpoints(profile)),
+      mGeqPreset(provider->loadDefaultGeqPreset(profile)) {}
+
+ProfileContext::ProfileContext(Provider* provider, int profile) : mProvider(provider), mId(profile) {}
+
+void ProfileContext::load() {
+    mProfile = mProvider->loadProfile(mId);
+    mProfileEndpoints = mProvider->loadProfileEndpoints(mId);
+    mGeqPreset = mProvider->loadGeqPreset(mId);
+    if (mProfile == nullptr || mGeqPreset == nullptr || mProfileEndpoints.size() != kEndpointCount) {
+        ALOGE("%s(): profile %d is incomplete in the settings database", __func__, mId);
+    }
+    if (!mDefaults) {
+        mDefaults = std::make_unique<Defaults>(mProvider, mId);
+    }
+}
+
+bool ProfileContext::save() {
+    bool saved = mProvider->save(mProfile);
+    for (ProfileEndpoint* endpoint : mProfileEndpoints) {
+        saved = mProvider->save(endpoint) && saved;
+    }
+    return mProvider->save(mGeqPreset) && saved;
+}
+
+void ProfileContext::reset() {
+    mProfile = mProvider->reset(mProfile);
+    for (ProfileEndpoint* endpoint : mProfileEndpoints) {
+        mProvider->reset(endpoint);
+    }
+    mProvider->reset(mGeqPreset);
+}
+
+GeqPreset* ProfileContext::resetGeq() {
+    return mProvider->reset(mGeqPreset);
+}
+
+ProfileEndpoint* ProfileContext::getProfileEndpoint(Endpoint endpoint) const {
+    ProfileEndpoint* record = findEndpoint(mProfileEndpoints, endpoint);
+    if (record == nullptr) {
+        missingEndpoint(endpoint);
+    }
+    return record;
+}
+
+IeqPreset* ProfileContext::getSelectedIeqPreset(Endpoint endpoint) const {
+    const ProfileEndpoint* record = getProfileEndpoint(endpoint);
+    return mProvider->loadIeqPreset(isIeqEnabled(*record) ? record->getSelectedIeqPreset() : PRESET_OFF);
+}
+
+bool ProfileContext::isProfileSpecificSettingsModified() const {
+    if (!mDefaults) {
+        return false;
+    }
+    if (differs(mProfile, mDefaults->getProfile())) {
+        return true;
+    }
+    for (const ProfileEndpoint* factory : mDefaults->getProfileEndpoints()) {
+        if (factory == nullptr) {
+            continue;
+        }
+        ProfileEndpoint* working = findEndpoint(mProfileEndpoints, factory->getEndpoint());
+        if (working == nullptr) {
+            missingEndpoint(factory->getEndpoint());
+        }
+        if (differs(working, factory)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ProfileContext::isGeqDifferent(const GeqPreset* working, const GeqPreset* factory) {
+    return working != factory && differs(working, factory);
+}
+
+bool ProfileContext::isModified() const {
+    if (isProfileSpecificSettingsModified()) {
+        return true;
+    }
+    return mDefaults && isGeqDifferent(mGeqPreset, mDefaults->getGeqPreset());
+}
+
+bool ProfileContext::isGeqModified() const {
+    return isGeqDifferent(mGeqPreset, mProvider->loadDefaultGeqPreset(mId));
+}
+
+}  // namespace orvan

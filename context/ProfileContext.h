@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <set>
+
+#include "model/GeqPreset.h"
+#include "model/IeqPreset.h"
+#include "model/Profile.h"
+#include "model/ProfileEndpoint.h"
+
+namespace orvan {
+
+class Provider;
+
+// The working state of one profile (its record, one endpoint record per
+// Endpoint, its GEQ preset) next to the factory state of the same profile.
+// The records live in the provider's store. No lock: the sound context
+// serialises every call.
+class ProfileContext {
+public:
+    // The factory records of a profile, taken on the first load and kept.
+    class Defaults {
+    public:
+        Defaults(Provider* provider, int profile);
+
+        Profile* getProfile() const { return mProfile; }
+        const std::set<ProfileEndpoint*>& getProfileEndpoints() const { return mProfileEndpoints; }
+        GeqPreset* getGeqPreset() const { return mGeqPreset; }
+
+    private:
+        Profile* mProfile;
+        std::set<ProfileEndpoint*> mProfileEndpoints;
+        GeqPreset* mGeqPreset;
+    };
+
+    ProfileContext(Provider* provider, int profile);
+    ProfileContext(const ProfileContext&) = delete;
+    ProfileContext& operator=(const ProfileContext&) = delete;
+
+    int getId() const { return mId; }
+
+    // (Re)reads the working records from the user's rows; unsaved changes are lost.
+    void load();
+    // Writes the working records over the user's rows; true when all were written.
+    bool save();
+    // Returns the working records to the factory values (in memory only).
+    void reset();
+    GeqPreset* resetGeq();
+
+    Profile* getProfile() const { return mProfile; }
+    GeqPreset* getSelectedGeqPreset() const { return mGeqPreset; }
+    // Ends the process when the profile holds no record for `endpoint`.
+    ProfileEndpoint* getProfileEndpoint(Endpoint endpoint) const;
+    // The IEQ curve in force: the "off" curve whenever IEQ is disabled there.
+    IeqPreset* getSelectedIeqPreset(Endpoint endpoint) const;
+
+    bool isModified() const;
+    bool isProfileSpecificSettingsModified() const;
+    // Compares with the factory GEQ row read afresh.
+    bool isGeqModified() const;
+
+    // Whether IEQ is switched on in an endpoint record; an absent or empty
+    // "ieq_enable" counts as off.
+    static bool isIeqEnabled(const ProfileEndpoint& endpoint);
+
+private:
+    static bool isGeqDifferent(const GeqPreset* working, const GeqPreset* factory);
+
+    Provider* mProvider;
+    int mId;
+    Profile* mProfile = nullptr;
+    std::set<ProfileEndpoint*> mProfileEndpoints;
+    GeqPreset* mGeqPreset = nullptr;
+    std::unique_ptr<Defaults> mDefaults;
+};
+
+}  // namespace orvan

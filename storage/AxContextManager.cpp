@@ -1,0 +1,265 @@
+#define LOG_TAG "AxContextManager"
+
+#include "storage/AxContextManager.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <set>
+
+#include <log/log.h>
+
+#include "model/DeviceData.h"
+#include "storage/DevicePaths.h"
+#include "storage/Provider.h"
+#include "tuningfile/TuningFileParser.h"
+
+ANDROID_SINGLETON_STATIC_INSTANCE(orvan::AxContextManager);
+
+namespace orvan {
+namespace {
+
+bool fileExists(const std::string& path) {
+    struct stat st;
+    return stat(path.c_str(), &st) == 0;
+}
+
+}  // namespace
+
+AxContextManager::AxContextManager() {
+    init();
+}
+
+AxContextManager::~AxContextManager() {
+    android::Mutex::Autolock lock(mLock);
+    releaseLocked();
+}
+
+void AxContextManager::init() {
+    android::Mutex::Autolock lock(mLock);
+    if (mContext) {
+        ALOGW("%s(): already initialised", __func__);
+        return;
+    }
+    // A failed earlier attempt may have left a provider behind.
+    releaseLocked();
+
+    const std::string file = DevicePaths::defaultTuningFile();
+    if (!fileExists(file)) {
+        ALOGE("Default XML Tuning file doesn't exist!!");
+        return;
+    }
+    mProvider = std::make_unique<Provider>();
+    initDatabase(*mProvider, file);
+    if (mProvider->init() == 0) {
+        mObservable = std::make_unique<AxContextChangeObservable>();
+        mContext = std::make_unique<AxContext>(mProvider.get(), mObservable.get());
+        mContext->load();
+    }
+    mParser.reset();
+}
+
+void AxContextManager::releaseLocked() {
+    // The context refers to the observable and the provider: it goes first.
+    mContext.reset();
+    mObservable.reset();
+    mParser.reset();
+    mProvider.reset();
+}
+
+void AxContextManager::release() {
+    android::Mutex::Autolock lock(mLock);
+    releaseLocked();
+}
+
+AxContext* AxContextManager::getAxContext() {
+    android::Mutex::Autolock lock(mLock);
+    return mContext.get();
+}
+
+std::string AxContextManager::getDefaultXmlFormatVersion() {
+    android::Mutex::Autolock lock(mLock);
+    return mProvider ? mProvider->getDefaultXmlFormatVersion() : "";
+}
+
+int AxContextManager::loadOemTuning() {
+    android::Mutex::Autolock lock(mLock);
+    if (!mProvider) {
+        ALOGE("%s(): the settings database is not loaded", __func__);
+        return -19;
+    }
+    const int result = loadOemTuningLocked();
+    if (result == 0 && mContext) {
+        mContext->reloadTuning();
+    }
+    return result;
+}
+
+void AxContextManager::initDatabase(Provider& provider, const std::string& file) {
+    DeviceData* data = loadXmlIfChanged(file, provider);
+    if (data == nullptr) {
+        return;
+    }
+    data->validateData();
+    populateDatabase(*data, provider);
+    loadOemTuningLocked();
+    ALOGI("Load OEM tuning XML after default tuning XML is reloaded");
+}
+
+std::string AxContextManager::getSignature(const std::string& file) {
+    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return "";
+    }
+    struct stat st;
+    const int statResult = fstat(fd, &st);
+    close(fd);
+    if (statResult != 0) {
+        return "";
+    }
+    const std::string signature = std::to_string(static_cast<long long>(st.st_mtime));
+    ALOGD("%s(): XML file time string %s", "getSignature", signature.c_str());
+    return signature;
+}
+
+std::string AxContextManager::getChangedSignature(const std::string& file, Provider& provider) {
+    const std::string signature = getSignature(file);
+    if (signature == provider.getDefaultXmlSignature()) {
+        return "";
+    }
+    return signature;
+}
+
+DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider& provider) {
+    const std::string signature = getChangedSignature(file, provider);
+    if (signature.empty()) {
+        return nullptr;
+    }
+    ALOGD("Tuning XML file has been updated");
+    auto parser = std::make_unique<TuningFileParser>();
+    if (parser->setTuningFile(file) != 0 || parser->getDeviceData() == nullptr) {
+        ALOGE("XML parses error!!");
+        return nullptr;
+    }
+    DeviceData* data = parser->getDeviceData();
+    data->setSignature(signature);
+    mParser = std::move(parser);
+    return data;
+}
+
+void AxContextManager::populateDatabase(DeviceData& data, Provider& provider) {
+    provider.beginTransaction();
+    provider.clear();
+    provider.initDatabase();
+    for (IeqPreset* preset : data.getIeqPresets()) {
+        provider.create(preset);
+    }
+    for (GeqPreset* preset : data.getGeqPresets()) {
+        provider.create(preset);
+    }
+    for (Profile* profile : data.getProfiles()) {
+        provider.create(profile);
+    }
+    for (ProfileEndpoint* endpoint : data.getProfileEndpoints()) {
+        provider.create(endpoint);
+    }
+    for (Tuning* tuning : data.getTunings()) {
+        provider.create(tuning, Provider::kDefaultName);
+    }
+    for (DeviceTuning* deviceTuning : data.getDeviceTunings()) {
+        provider.create(deviceTuning, Provider::kDefaultName);
+    }
+    // Every port starts on the device the default file names after it.
+    for (Port port : AxContext::kSupportedPorts) {
+        const std::string name = portName(port);
+        provider.setDeviceTuning(name, "default_" + name);
+    }
+    provider.setDefaultXmlSignature(data.getSignature());
+    provider.setDefaultXmlFormatVersion(data.getFormatVersion());
+    provider.commitTransaction();
+}
+
+int AxContextManager::loadOemTuningLocked() {
+    const std::string file = DevicePaths::extraTuningFile();
+    if (!fileExists(file)) {
+        ALOGE("OEM Tuning XML doesn't exist!");
+        return -2;
+    }
+    ALOGD("Try to load OEM tuning XML file from %s", file.c_str());
+    TuningFileParser oemParser;
+    if (oemParser.setTuningFile(file) != 0 || oemParser.getDeviceData() == nullptr) {
+        ALOGE("OEM Tuning XML parses error!");
+        return -22;
+    }
+    DeviceData* oem = oemParser.getDeviceData();
+    ALOGD("OEM tuning XML file completed deviceData = %p", static_cast<void*>(oem));
+
+    const std::string oemVersion = oem->getFormatVersion();
+    const std::string currentVersion = mProvider->getDefaultXmlFormatVersion();
+    if (oemVersion != currentVersion) {
+        ALOGE("OEM tuning format V=%s is not consistent with current V=%s, abort loading OEM tuning XML.",
+              oemVersion.c_str(), currentVersion.c_str());
+        return -22;
+    }
+
+    // The default file's own names and devices, which the OEM file may not replace.
+    TuningFileParser defaultParser;
+    if (defaultParser.setTuningFile(DevicePaths::defaultTuningFile()) != 0 ||
+        defaultParser.getDeviceData() == nullptr) {
+        ALOGE("%s(): cannot read the default tuning XML to check the OEM tunings against",
+              __func__);
+        return -22;
+    }
+    std::set<std::string> defaultTunings;
+    for (const Tuning* tuning : defaultParser.getDeviceData()->getTunings()) {
+        defaultTunings.insert(tuning->getName());
+    }
+    std::set<std::string> defaultDevices;
+    for (const DeviceTuning* deviceTuning : defaultParser.getDeviceData()->getDeviceTunings()) {
+        defaultDevices.insert(deviceTuning->getDevice());
+    }
+
+    mProvider->beginTransaction();
+    mProvider->clearOemTunings();
+    ALOGD("Num of parsed OEM tuning = %zu", oem->getTunings().size());
+    std::set<std::string> dropped;
+    for (Tuning* tuning : oem->getTunings()) {
+        const std::string name = tuning->getName();
+        if (defaultTunings.count(name) != 0) {
+            ALOGE("Found OEM tuning [%s] already exists in the default tuning XML, drop it.", name.c_str());
+            dropped.insert(name);
+        } else {
+            ALOGI("Add OEM Tuning %s", name.c_str());
+            mProvider->create(tuning, Provider::kOemName);
+        }
+    }
+    mProvider->clearOemDeviceTunings();
+    ALOGD("Num of parsed OEM device tuning = %zu", oem->getDeviceTunings().size());
+    for (DeviceTuning* deviceTuning : oem->getDeviceTunings()) {
+        const std::string tuningName = deviceTuning->getTuning();
+        const std::string device = deviceTuning->getDevice();
+        if (dropped.count(tuningName) != 0) {
+            ALOGE("Drop OEM Device Tuning with tuning.name [%s] (duplicate in default xml)",
+                  tuningName.c_str());
+        } else if (defaultDevices.count(device) != 0) {
+            ALOGE("Found OEM device ID [%s] already exists in the default tuning XML, drop it.",
+                  device.c_str());
+        } else {
+            ALOGI("Add OEM Device Tuning Port[%s] : Device[%s] with tuning.name [%s]",
+                  deviceTuning->getPort().c_str(), device.c_str(), tuningName.c_str());
+            mProvider->create(deviceTuning, Provider::kOemName);
+        }
+    }
+    mProvider->commitTransaction();
+
+    ALOGD("Tell database to reload cached device tunings.");
+    if (mContext) {
+        mContext->reloadCachedDeviceTunings();
+    } else {
+        mProvider->reloadCachedDeviceTunings();
+    }
+    return 0;
+}
+
+}  // namespace orvan

@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/context/ContextTestSupport.h"
+
+namespace orvan::test {
+namespace {
+
+bool offers(AxContext& context, Port port, const std::string& device) {
+    const std::vector<std::string> devices = context.getAvailableTuningDevice(port);
+    return std::find(devices.begin(), devices.end(), device) != devices.end();
+}
+
+using AxContextManagerTest = StartUpTest;
+
+TEST_F(AxContextManagerTest, FirstStartBuildsTheDatabaseAndMergesTheOemFile) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+
+    EXPECT_EQ(0, context->getSelectedProfile());
+    EXPECT_TRUE(context->getTevOn());
+    EXPECT_EQ(5, context->getNumOfProfiles());
+    EXPECT_EQ("1700000000", query("SELECT value FROM configuration WHERE key='signature'"));
+    EXPECT_EQ("1.0.0", AxContextManager::getInstance().getDefaultXmlFormatVersion());
+    EXPECT_TRUE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
+    for (Port port : AxContext::kSupportedPorts) {
+        const std::string seeded = std::string("default_") + portName(port);
+        EXPECT_EQ(seeded, query(std::string("SELECT value FROM configuration WHERE key='") + portName(port) + "'"));
+        EXPECT_EQ(seeded, context->getSelectedTuningDevice(port));
+        EXPECT_NE(nullptr, context->getSelectedTuning(port));
+    }
+    EXPECT_EQ("usb_headphone", context->getSelectedTuning(PORT_USB)->getName());
+}
+
+TEST_F(AxContextManagerTest, SecondStartWithAnUnchangedDefaultFileTouchesNoTable) {
+    installFactoryFiles();
+    ASSERT_NE(nullptr, startContext());
+    exec("UPDATE configuration SET value='3' WHERE key='Profile'");
+    writeTo(DevicePaths::extraTuningFile(),
+            oemFile("0", {{"oem_late", "speaker", {{"oem_late_speaker", "internal_speaker"}}}}), kFactoryTime);
+
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    EXPECT_EQ(3, context->getSelectedProfile());
+    EXPECT_FALSE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_late_speaker"));
+    EXPECT_TRUE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
+}
+
+TEST_F(AxContextManagerTest, SavedSettingsSurviveARestartUntilTheDefaultFileChanges) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    const Values factory = context->getProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount);
+    context->setSelectedProfile(2);
+    context->setTevOn(false);
+    ASSERT_TRUE(context->setProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount, {1}));
+    ASSERT_TRUE(context->setSelectedTuning(PORT_HEADPHONE, "headset_wired", false));
+    ASSERT_TRUE(context->save());
+
+    context = startContext();
+    ASSERT_NE(nullptr, context);
+    EXPECT_EQ(2, context->getSelectedProfile());
+    EXPECT_FALSE(context->getTevOn());
+    EXPECT_EQ(Values{1}, context->getProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount));
+    EXPECT_EQ("headset_wired", context->getSelectedTuningDevice(PORT_HEADPHONE));
+
+    setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + 60);
+    context = startContext();
+    ASSERT_NE(nullptr, context);
+    EXPECT_EQ(0, context->getSelectedProfile());
+    EXPECT_TRUE(context->getTevOn());
+    EXPECT_EQ(factory, context->getProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount));
+    EXPECT_EQ("default_headphone", context->getSelectedTuningDevice(PORT_HEADPHONE));
+    EXPECT_EQ("1700000060", query("SELECT value FROM configuration WHERE key='signature'"));
+    EXPECT_TRUE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
+}
+
+TEST_F(AxContextManagerTest, AnUnparsableDefaultFileKeepsTheDatabaseAndSignature) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    context->setSelectedProfile(1);
+    context->saveAxProfile();
+
+    writeTo(DevicePaths::defaultTuningFile(), "<orvan_tuning><profile", kFactoryTime + 60);
+    context = startContext();
+    ASSERT_NE(nullptr, context);
+    EXPECT_EQ(1, context->getSelectedProfile());
+    EXPECT_EQ("1700000000", query("SELECT value FROM configuration WHERE key='signature'"));
+}
+
+TEST_F(AxContextManagerTest, WithoutADefaultFileThereIsNoContext) {
+    AxContextManager& manager = start();
+    EXPECT_EQ(nullptr, manager.getAxContext());
+    EXPECT_EQ(-19, manager.loadOemTuning());
+    EXPECT_FALSE(std::filesystem::exists(database()));
+}
+
+TEST_F(AxContextManagerTest, ReloadFallsBackToTheDefaultDeviceAndKeepsTheUsersChoice) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    ASSERT_TRUE(context->setSelectedTuning(PORT_HEADPHONE, "oem_anc_headset", false));
+    RecordingObserver observer;
+    context->registerObserver(&observer);
+    observer.events.clear();
+
+    writeTo(DevicePaths::extraTuningFile(), oemFile("0", {}), kFactoryTime);
+    EXPECT_EQ(0, AxContextManager::getInstance().loadOemTuning());
+    EXPECT_EQ("default_headphone", context->getSelectedTuningDevice(PORT_HEADPHONE));
+    EXPECT_EQ("headphone_wired", context->getSelectedTuning(PORT_HEADPHONE)->getName());
+    ASSERT_EQ(AxContext::kSupportedPorts.size(), observer.events.size());
+    EXPECT_EQ(PORT_HEADPHONE, observer.events[PORT_HEADPHONE].port);
+    EXPECT_EQ(context->getSelectedTuning(PORT_HEADPHONE), observer.events[PORT_HEADPHONE].record);
+    context->unregisterObserver(&observer);
+
+    // A start falls back the same way; the stored choice returns with its device.
+    context = startContext();
+    EXPECT_EQ("default_headphone", context->getSelectedTuningDevice(PORT_HEADPHONE));
+    copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
+    EXPECT_EQ(0, AxContextManager::getInstance().loadOemTuning());
+    EXPECT_EQ("oem_anc_headset", context->getSelectedTuningDevice(PORT_HEADPHONE));
+}
+
+// One OEM file against the bundled default file.
+struct OemCase {
+    const char* name;
+    bool writeFile;
+    std::string text;
+    int result;
+    std::vector<std::pair<Port, std::string>> offered;
+    std::vector<std::pair<Port, std::string>> refused;
+};
+
+void PrintTo(const OemCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class OemMergeTest : public StartUpTest, public ::testing::WithParamInterface<OemCase> {};
+
+TEST_P(OemMergeTest, AddsOnlyWhatTheDefaultFileDoesNotHave) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    std::filesystem::remove(DevicePaths::extraTuningFile());
+    if (GetParam().writeFile) {
+        writeTo(DevicePaths::extraTuningFile(), GetParam().text, kFactoryTime);
+    }
+
+    EXPECT_EQ(GetParam().result, AxContextManager::getInstance().loadOemTuning());
+    for (const auto& [port, device] : GetParam().offered) {
+        EXPECT_TRUE(offers(*context, port, device)) << device;
+    }
+    for (const auto& [port, device] : GetParam().refused) {
+        EXPECT_FALSE(offers(*context, port, device)) << device;
+    }
+    // A device of the default file keeps its one row and its tuning.
+    EXPECT_EQ("1", query("SELECT COUNT(*) FROM device_tunings WHERE device='mono_speaker'"));
+    ASSERT_TRUE(context->setSelectedTuning(PORT_INTERNAL_SPEAKER, "mono_speaker", false));
+    EXPECT_EQ("internal_speaker_mono", context->getSelectedTuning(PORT_INTERNAL_SPEAKER)->getName());
+}
+
+const std::pair<Port, std::string> kBundledOemDevice{PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"};
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, OemMergeTest,
+    ::testing::Values(
+        OemCase{"DuplicateTuningNameDropsItsDevices", true,
+                oemFile("0", {{"headphone_wired", "headphone", {{"oem_dup_a", "headphone"}, {"oem_dup_b", "usb"}}},
+                              {"oem_fresh", "headphone", {{"oem_fresh_headset", "headphone"}}}}),
+                0, {{PORT_HEADPHONE, "oem_fresh_headset"}},
+                {{PORT_HEADPHONE, "oem_dup_a"}, {PORT_USB, "oem_dup_b"}, kBundledOemDevice}},
+        OemCase{"DuplicateDeviceIdIsDropped", true,
+                oemFile("0", {{"oem_twin", "speaker",
+                               {{"mono_speaker", "internal_speaker"}, {"oem_twin_speaker", "internal_speaker"}}}}),
+                0, {{PORT_INTERNAL_SPEAKER, "oem_twin_speaker"}}, {}},
+        OemCase{"AnotherFormatVersionChangesNothing", true,
+                oemFile("1", {{"oem_next", "speaker", {{"oem_next_speaker", "internal_speaker"}}}}), -22,
+                {kBundledOemDevice}, {{PORT_INTERNAL_SPEAKER, "oem_next_speaker"}}},
+        OemCase{"AnUnparsableFileChangesNothing", true, "<orvan_tuning><tuning", -22, {kBundledOemDevice}, {}},
+        OemCase{"AMissingFileChangesNothing", false, "", -2, {kBundledOemDevice}, {}}),
+    [](const ::testing::TestParamInfo<OemCase>& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace orvan::test
