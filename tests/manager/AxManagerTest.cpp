@@ -1,0 +1,251 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <set>
+
+#include "context/AxContext.h"
+#include "engine/TevContext.h"
+#include "manager/AxManager.h"
+#include "tests/context/ContextTestSupport.h"
+#include "tests/manager/StoreDiff.h"
+
+namespace orvan::test {
+namespace {
+
+std::vector<CommandEntry> onDevices(std::initializer_list<int32_t> devices,
+                                    std::initializer_list<std::pair<const char*, Values>> params) {
+    std::vector<CommandEntry> entries;
+    for (int32_t device : devices) {
+        for (const auto& [code, values] : params) {
+            entries.push_back({device, code, values});
+        }
+    }
+    return entries;
+}
+
+// The bundled tuning files on a fresh data partition, and a started manager.
+class AxManagerTest : public StartUpTest {
+protected:
+    void SetUp() override {
+        installFactoryFiles();
+        ASSERT_EQ(0, mManager.init());
+    }
+    AxManager mManager;
+};
+
+// Profile 0 ("dynamic") with each port's default device: speaker stereo,
+// wired and Bluetooth headphones, USB headphone, HDMI (four channels) and
+// miracast on the "other" endpoint.
+TEST_F(AxManagerTest, InitSendsTheSelectedProfileToEveryDevice) {
+    struct Case {
+        int32_t device;
+        TevParameter code;
+        size_t offset;  // of `values` in the stored list
+        Values values;
+        size_t size;  // of the stored list; 0: not checked
+    };
+    const Case cases[] = {
+        {DEVICE_SPEAKER, DVLE, 0, {1}, 1},
+        {DEVICE_SPEAKER, DEA, 0, {5}, 1},
+        {DEVICE_SPEAKER, VBM, 0, {3}, 1},
+        {DEVICE_SPEAKER, DOM, 0, {1, 0, 0, 16384, 0, 0, 16384}, 7},
+        {DEVICE_SPEAKER, IEBS, 20, {17000, 57, 41}, 41},  // the balanced curve
+        {DEVICE_SPEAKER, AOBS, 21, {15000, -49}, 62},
+        {DEVICE_SPEAKER, ARBS, 20, {14000, -278}, 81},
+        {DEVICE_WIRED_HEADPHONE, DEA, 0, {4}, 1},
+        {DEVICE_WIRED_HEADPHONE, VBM, 0, {0}, 1},
+        {DEVICE_BLUETOOTH_A2DP, DOM, 0, {0, 1, 0}, 3},
+        {DEVICE_USB_DEVICE, DEA, 0, {4}, 1},
+        {DEVICE_HDMI, DOM, 0, {0, 2, 0}, 3},
+        {DEVICE_HDMI, AOBS, 0, {20, 4}, 102},
+        {DEVICE_REMOTE_SUBMIX, DEA, 0, {5}, 1},
+        {DEVICE_ALL, GEBS, 20, {16000, 22, 18}, 41},
+        {DEVICE_ALL, RVSA, 0, {4}, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.device) + " " + kTevParameterCodes[c.code]);
+        const Values values = storedValues(c.device, c.code);
+        ASSERT_GE(values.size(), c.offset + c.values.size());
+        EXPECT_EQ(c.values, Values(values.begin() + c.offset, values.begin() + c.offset + c.values.size()));
+        EXPECT_TRUE(c.size == 0 || c.size == values.size()) << values.size();
+    }
+}
+
+TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
+    const std::initializer_list<int32_t> all = {2, 8, 128, 1024, 16384, 32768};
+    Values gains = mManager.getParameter(0, 110);
+    ASSERT_EQ(20u, gains.size());
+    gains[0] = -1000;
+    Values gebs = storedValues(DEVICE_ALL, GEBS);
+    gebs[21] = -576;
+    struct Case {
+        const char* name;
+        std::function<bool(AxManager&)> change;
+        std::vector<CommandEntry> expected;  // by device, then code
+    };
+    // In this order: each change starts from the one before.
+    const Case cases[] = {
+        {"the value in force", [](AxManager& m) { return m.setParameter(0, 105, {1}); }, {}},
+        {"dialog enhancer off", [](AxManager& m) { return m.setParameter(0, 105, {0}); },
+         onDevices(all, {{"DEON", {0}}, {"MDEE", {0}}})},
+        {"dialog enhancer amount above its range, then above the engine's",
+         [](AxManager& m) { return m.setParameter(0, 108, {20}); }, onDevices(all, {{"DEA", {12}}})},
+        {"amount for the Bluetooth port reaches every headphone device",
+         [](AxManager& m) { return m.setProfilePortParameter(0, PORT_BLUETOOTH, 108, {9}); },
+         onDevices({8, 128, 16384}, {{"DEA", {9}}})},
+        {"GEQ band below its range", [&](AxManager& m) { return m.setParameter(0, 110, gains); },
+         {{DEVICE_ALL, "GEBS", gebs}}},
+        {"bass enhancer off switches the virtual bass off",
+         [](AxManager& m) { return m.setParameter(0, 111, {0}); },
+         onDevices({DEVICE_SPEAKER}, {{"BEON", {0}}, {"VBM", {0}}})},
+        {"an unselected profile", [](AxManager& m) { return m.setParameter(1, 105, {0}); }, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const StoreSnapshot before = snapshotStore();
+        EXPECT_TRUE(c.change(mManager));
+        EXPECT_EQ(c.expected, changedSince(before));
+    }
+    EXPECT_EQ(Values{0}, mManager.getParameter(0, 112));
+}
+
+TEST_F(AxManagerTest, SelectingAProfileChangesProfileValuesAndNoTuningValue) {
+    const StoreSnapshot before = snapshotStore();
+    ASSERT_TRUE(mManager.setSelectedProfile(3));  // "voice"
+    EXPECT_EQ(3, mManager.getSelectedProfile());
+    const std::vector<CommandEntry> changed = changedSince(before);
+    const std::vector<CommandEntry> expected = {
+        {DEVICE_ALL, "RVSE", {1}}, {DEVICE_ALL, "RVSA", {8}}, {DEVICE_SPEAKER, "DEA", {10}}};
+    for (const CommandEntry& e : expected) {
+        EXPECT_NE(changed.end(), std::find(changed.begin(), changed.end(), e)) << e;
+    }
+    const std::set<std::string> tuningOnly = {"AOBS", "ARBS", "ARSA", "RSSA", "BMDT", "CEQT",
+                                              "VBSF", "VBMF", "DSA", "DFSA", "DHSA", "BECF"};
+    for (const CommandEntry& e : changed) {
+        EXPECT_EQ(0u, tuningOnly.count(e.code)) << e;
+    }
+    EXPECT_EQ(-8, storedValues(DEVICE_SPEAKER, IEBS)[21]);  // the detailed curve
+}
+
+TEST_F(AxManagerTest, TuningQueriesFollowTheSelectedDevice) {
+    EXPECT_FALSE(mManager.isMonoInternalSpeaker());
+    EXPECT_TRUE(mManager.isSpeakerPortraitMode());
+    ASSERT_TRUE(mManager.setSelectedTuning(PORT_INTERNAL_SPEAKER, "mono_speaker"));
+    EXPECT_TRUE(mManager.isMonoInternalSpeaker());
+    EXPECT_FALSE(mManager.isSpeakerPortraitMode());
+    EXPECT_EQ(10, mManager.getTuningParamDSA(PORT_INTERNAL_SPEAKER));
+    EXPECT_EQ(-1, mManager.getTuningParamDSA(static_cast<Port>(6)));
+    EXPECT_EQ(7, mManager.getVolumeLevelerAount(PORT_INTERNAL_SPEAKER));
+}
+
+TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
+    struct Case { int32_t id; Values given, read; };
+    const Case cases[] = {
+        {107, {20}, {16}}, {107, {-3}, {0}},   {113, {0}, {4}},  {113, {99}, {64}},
+        {104, {7}, {3}},   {115, {-1}, {0}},   {116, {11}, {10}},
+        {101, {5}, {5}},  // the virtualizer switches are stored as given
+        {105, {0, 1}, {0}},  // extra values are dropped
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.id);
+        EXPECT_TRUE(mManager.setParameter(0, c.id, c.given));
+        EXPECT_EQ(c.read, mManager.getParameter(0, c.id));
+    }
+    EXPECT_EQ(Values{1}, mManager.getParameter(0, 102));  // 101 is the headphone's only
+    EXPECT_EQ(Values{5}, mManager.getProfilePortParameter(0, PORT_INTERNAL_SPEAKER, 101));
+
+    const Values gains = mManager.getParameter(0, 110);
+    EXPECT_FALSE(mManager.setParameter(0, 110, Values(19, 100)));
+    EXPECT_EQ(gains, mManager.getParameter(0, 110));
+}
+
+TEST_F(AxManagerTest, InvalidProfilesIdsAndPortsAreRefused) {
+    struct Case { int32_t profile, port, id; };  // port -2: not a port request
+    const Case cases[] = {
+        {-1, -2, 105}, {5, -2, 105}, {0, -2, 99}, {0, -2, 100}, {0, -2, 117},
+        {0, 7, 105},   {0, 6, 105},  {0, -1, 105}, {5, 0, 105},  {0, 0, 114},
+    };
+    const StoreSnapshot before = snapshotStore();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.profile) + " " + std::to_string(c.port) + " " + std::to_string(c.id));
+        if (c.port == -2) {
+            EXPECT_FALSE(mManager.setParameter(c.profile, c.id, {1}));
+            EXPECT_TRUE(mManager.getParameter(c.profile, c.id).empty());
+        } else {
+            EXPECT_FALSE(mManager.setProfilePortParameter(c.profile, c.port, c.id, {1}));
+            EXPECT_TRUE(mManager.getProfilePortParameter(c.profile, c.port, c.id).empty());
+        }
+    }
+    EXPECT_FALSE(mManager.setParameter(0, 105, {}));
+    EXPECT_TRUE(changedSince(before).empty());
+
+    EXPECT_EQ("dynamic", mManager.getProfileName(0));
+    EXPECT_EQ(8, mManager.getProfileNameLen(0));
+    for (int32_t profile : {-1, 5}) {
+        EXPECT_EQ("", mManager.getProfileName(profile));
+        EXPECT_EQ(0, mManager.getProfileNameLen(profile));
+        EXPECT_FALSE(mManager.setSelectedProfile(profile));
+        EXPECT_FALSE(mManager.isProfileModified(profile));
+    }
+}
+
+TEST_F(AxManagerTest, SuspensionHidesTheOnState) {
+    EXPECT_TRUE(mManager.getTevOn());
+    mManager.setAxSuspended(true);
+    EXPECT_FALSE(mManager.getTevOn());
+    EXPECT_TRUE(mManager.getAxContext()->getTevOn());
+    mManager.setAxSuspended(false);
+    mManager.setAxOn(false);
+    EXPECT_FALSE(mManager.getTevOn());
+}
+
+TEST_F(AxManagerTest, ReloadTuningXmlMergesTheOemFileAgain) {
+    auto offered = [&](const std::string& device) {
+        const std::vector<std::string> devices = mManager.getAvailableTuningDevices(PORT_INTERNAL_SPEAKER);
+        return std::find(devices.begin(), devices.end(), device) != devices.end();
+    };
+    const StoreSnapshot before = snapshotStore();
+    const std::string oem =
+        oemFile("0", {{"oem_late", "speaker", {{"oem_late_speaker", "internal_speaker"}}}});
+    writeTo(DevicePaths::extraTuningFile(), oem, kFactoryTime);
+    EXPECT_EQ(0, mManager.reloadTuningXml());
+    EXPECT_TRUE(offered("oem_late_speaker"));
+    EXPECT_FALSE(offered("oem_flip_cover_speaker"));
+    EXPECT_TRUE(changedSince(before).empty());  // every port keeps its tuning
+
+    std::filesystem::remove(DevicePaths::extraTuningFile());
+    EXPECT_EQ(-2, mManager.reloadTuningXml());
+    EXPECT_TRUE(offered("oem_late_speaker"));
+}
+
+// A destroyed manager's controller and a replaced effect must not be reached.
+TEST_F(AxManagerTest, ChangesReachOnlyLiveControllersAndEffects) {
+    {
+        AxManager second;
+        ASSERT_EQ(0, second.init());
+    }
+    mManager.recreateAxEffect();
+    const StoreSnapshot before = snapshotStore();
+    ASSERT_TRUE(mManager.setSelectedProfile(1));
+    EXPECT_FALSE(changedSince(before).empty());
+}
+
+using AxManagerStartTest = StartUpTest;
+
+TEST_F(AxManagerStartTest, InitRetriesUntilTheSettingsLoad) {
+    AxManager manager;
+    EXPECT_EQ(-19, manager.init());
+    EXPECT_EQ(0, manager.getNumOfProfiles());
+    EXPECT_FALSE(manager.setParameter(0, 105, {1}));
+
+    installFactoryFiles();
+    EXPECT_EQ(0, manager.init());
+    EXPECT_EQ(5, manager.getNumOfProfiles());
+    EXPECT_EQ(Values{1}, storedValues(DEVICE_SPEAKER, DVLE));
+    EXPECT_EQ("1.0.0", manager.getDefaultXmlFormatVersion());
+}
+
+}  // namespace
+}  // namespace orvan::test
