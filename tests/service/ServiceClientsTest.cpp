@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <map>
+#include <thread>
+
+#include "tests/service/ServiceTest.h"
+
+namespace orvan::test {
+namespace {
+
+using ServiceClientsTest = ServiceTest;
+
+TEST_F(ServiceClientsTest, EveryClientHearsEveryChangeOnceWithItsBytes) {
+    std::filesystem::copy_file(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile());
+    // A change reaches the clients registered when the event handler gets to it.
+    const Client first = connect(0, 1000);
+    settle();
+    const Client second = connect(0, 1001);
+    post(blob(10, {0, 3}));
+    mService->setSelectedTuningDevice(3, "headset_wired", 13);
+    mService->setIntParam('RLTF', 0);
+    settle();
+    mService->unregisterClient(second.proxy, 0, 1001);
+    // A failed reload tells nobody; a refused device is still announced.
+    std::filesystem::remove(DevicePaths::extraTuningFile());
+    mService->setIntParam('RLTF', 0);
+    mService->setSelectedTuningDevice(3, "no_such_device", 14);
+    settle();
+
+    const Bytes device(std::begin("headset_wired"), std::end("headset_wired") - 1);
+    const Bytes refused(std::begin("no_such_device"), std::end("no_such_device") - 1);
+    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, kRegistrationChanged, blob(10, {3, 3}), device, {},
+                                  kRegistrationChanged, refused}),
+              first.recorder->received());
+    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, blob(10, {3, 3}), device, {}}), second.recorder->received());
+    EXPECT_EQ("headset_wired", mService->getSelectedTuningDevice(3));
+
+    const std::string names = "default_internal_speaker mono_speaker oem_flip_cover_speaker ";
+    std::string buffer(names.size() + 5, 'x');
+    mService->getAvailableTuningDevices(0, buffer.data(), static_cast<int32_t>(names.size() - 1));
+    EXPECT_EQ(std::string(names.size() + 5, 'x'), buffer);
+    mService->getAvailableTuningDevices(0, buffer.data(), static_cast<int32_t>(names.size() + 3));
+    EXPECT_EQ(names + "   xx", buffer);
+}
+
+TEST_F(ServiceClientsTest, RegistrationKeepsCodecGameAndKeyBookkeeping) {
+    enum Action { kRegister, kUnregister, kDie };
+    const struct {
+        const char* what;
+        Action action;
+        int32_t type;
+        uint32_t uid;
+        int64_t codec, game, lastCodec;  // 'DCCP', 'GDEA', 'LCTP'
+        bool announced;                  // the watcher is told
+    } steps[] = {
+            {"codec client", kRegister, 2, 10000, 1, 0, 2, true},
+            {"same key 10002: refused, yet its type is kept", kRegister, 3, 9999, 1, 0, 3, true},
+            {"game client", kRegister, 7, 1, 1, 1, 3, true},
+            {"second game client", kRegister, 7, 2, 1, 1, 3, true},
+            {"a game client remains", kUnregister, 7, 1, 1, 1, 3, true},
+            {"a death leaves the game flag", kDie, 7, 2, 1, 1, 3, false},
+            {"second codec client", kRegister, 1, 5, 1, 1, 1, true},
+            {"first codec client leaves", kUnregister, 2, 10000, 1, 1, 1, true},
+            {"last codec client dies", kDie, 1, 5, 0, 1, 1, false},
+            {"key gone", kUnregister, 3, 9999, 0, 1, 1, false},
+    };
+    const Client watcher = connect(0, 1000);
+    std::map<std::pair<int32_t, uint32_t>, Client> clients;
+    size_t announcements = 1;
+    for (const auto& s : steps) {
+        SCOPED_TRACE(s.what);
+        Client& client = clients[{s.type, s.uid}];
+        if (s.action == kRegister) {
+            client = connect(s.type, s.uid);
+        } else if (s.action == kUnregister) {
+            mService->unregisterClient(client.proxy, s.type, s.uid);
+        } else {
+            client.proxy->die();
+        }
+        settle();
+        announcements += s.announced ? 1 : 0;
+        EXPECT_EQ(std::vector<Bytes>(announcements, kRegistrationChanged), watcher.recorder->received());
+        EXPECT_EQ((std::vector<int64_t>{s.codec, s.game, s.lastCodec}), intParams({'DCCP', 'GDEA', 'LCTP'}));
+    }
+    EXPECT_TRUE((clients[{3, 9999}].recorder->received().empty()));
+    // A removal of a key already gone, or a client dead before it registers, changes nothing.
+    mService->removeNotificationClient(5 + 1);
+    const sp<BpHwRnxCallbacks> dead = new BpHwRnxCallbacks(new RecordingClient(nullptr));
+    dead->die();
+    mService->registerClient(dead, 1, 42);
+    EXPECT_EQ(0, mService->getIntParam('DCCP'));
+}
+
+// Clients come, go and die while sets are posted and queries run: every set
+// reaches three steady clients once each, in posting order, and the settings.
+TEST_F(ServiceClientsTest, ConcurrentClientsQueriesAndSetsNeitherDeadlockNorLoseAnything) {
+    constexpr int kSetters = 2, kSetsEach = 60;
+    OrvanManagerService* service = mService.get();
+    const int devNull = open("/dev/null", O_WRONLY);
+    std::vector<Client> steady(3);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {  // concurrent first registrations; one client reads while it is told
+        threads.emplace_back([&, i] {
+            steady[i] = connect(0, 2000 + i, [=] { if (i == 0) { service->getIntParam('DEAM'); } });
+        });
+    }
+    for (std::thread& t : threads) {
+        t.join();
+    }
+    threads.clear();
+    for (int s = 0; s < kSetters; ++s) {
+        threads.emplace_back([&, s] {
+            for (int n = 0; n < kSetsEach; ++n) {
+                post(blob(1, {s << 16 | n, 0, 108, n % 17}));  // word 4 is free: sender and sequence
+                answer(blob(10, {}));
+                service->dump(devNull, {});
+            }
+        });
+    }
+    threads.emplace_back([&] {
+        for (uint32_t uid = 5000; uid < 5320; uid += 8) {
+            const int32_t type = static_cast<int32_t>(uid / 8 % 8);
+            Client passer = connect(type, uid);
+            if (type % 2 == 0) {
+                passer.proxy->die();
+            } else {
+                mService->unregisterClient(passer.proxy, type, uid);
+            }
+        }
+    });
+    for (std::thread& t : threads) {
+        t.join();
+    }
+    close(devNull);
+    settle();
+
+    EXPECT_EQ((std::vector<int64_t>{0, 0}), intParams({'DCCP', 'GDEA'}));
+    for (const Client& client : steady) {
+        std::vector<int> next(kSetters, 0);
+        Bytes last;
+        for (const Bytes& b : client.recorder->received()) {
+            if (b.size() == 20) {
+                ASSERT_LT(b[6], kSetters);
+                EXPECT_EQ(next[b[6]]++, b[4] | b[5] << 8);
+                last = b;
+            }
+        }
+        EXPECT_EQ(std::vector<int>(kSetters, kSetsEach), next);
+        EXPECT_EQ(last.at(16), answer(blob(1, {108, 0})));
+    }
+}
+
+}  // namespace
+}  // namespace orvan::test

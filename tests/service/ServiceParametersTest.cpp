@@ -1,0 +1,172 @@
+#include <gtest/gtest.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <fstream>
+#include <regex>
+
+#include "engine/TevParameter.h"
+#include "tests/service/ServiceTest.h"
+
+namespace orvan::test {
+namespace {
+
+using ServiceParametersTest = ServiceTest;
+
+TEST_F(ServiceParametersTest, BeforeInitialisationEverythingAnswersNeutrally) {
+    mService->registerClient(nullptr, 0, 1000);  // a null client starts nothing
+    const Bytes request = blob(3, {});
+    Bytes out(4, 0xab);
+    EXPECT_EQ(-19, mService->setTevParam(request.data(), request.size()));
+    EXPECT_EQ(-19, mService->getTevParam(request.data(), request.size(), out.data(), out.size()));
+    EXPECT_EQ(Bytes(4, 0xab), out);
+    // "LCTM" comes before "ADEV", which sets it.
+    EXPECT_EQ((std::vector<int64_t>{-1000, 2, 0, 2, 0, 0, -1, -1, -1, -1, 0, -19, 0, -1, 0, 0, -1}),
+              intParams({'LCTM', 'ADEV', 'APMO', 'CHCT', 'TEVO', 'DCCP', 'DDSA', 'DHSA', 'DFSA', 'DEAM', 'DVLA',
+                         'DTFV', 'GDEA', 'LCTP', 'SPKM', 'SPKP', 'XXXX'}));
+    EXPECT_EQ("", mService->getProfileName(0));
+    EXPECT_EQ(0, mService->getAvailableTuningDevicesLen(0));
+    EXPECT_EQ("OrvanManagerService Information dump:\nZEL Status : off\nProfile ID : -1\n"
+              "Profile IEQ Preset : off\nDialog Enhance state : off\nIs Mono Speaker : false\n",
+              dump());
+}
+
+TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndAnswerInWordFour) {
+    const Client client = connect(0, 1000);
+    settle();
+    using Check = std::pair<Bytes, int32_t>;  // a query and its answer
+    const Check off = {blob(0, {}), 0}, on = {blob(0, {}), 1}, selected = {blob(10, {}), 2};
+    const struct {
+        const char* what;
+        Bytes request, echoed;  // echoed: what every client is sent
+        std::vector<Check> checks;
+    } cases[] = {
+            {"engine off", blob(0, {7, 0}), blob(0, {0, 0}), {off}},
+            {"engine on", blob(0, {0, 1}), blob(0, {1, 1}), {on}},
+            {"01 00 00 00 is event 256", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {on}},
+            {"profile parameter", blob(1, {0, 0, 108, 7}), blob(1, {0, 0, 108, 7}), {{blob(1, {108, 0}), 7}}},
+            {"16 bytes carry no value", blob(1, {0, 0, 108}), blob(1, {0, 0, 108}), {{blob(1, {108, 0}), 7}}},
+            {"port parameter", blob(2, {0, 0, 3, 108, 9}), blob(2, {0, 0, 3, 108, 9}),
+             {{blob(2, {108, 0x03}), 9}, {blob(2, {108, 0x00}), 7}}},
+            {"save", blob(9, {}), blob(9, {}), {{blob(11, {0}), 1}}},
+            {"reset profile", blob(12, {5, 0}), blob(12, {0, 0}), {{blob(11, {0}), 0}}},
+            {"select profile", blob(10, {0, 2}), blob(10, {2, 2}), {selected}},
+            {"unknown profile", blob(10, {0, 5}), blob(10, {5, 5}), {selected}},
+            {"event 11 sets nothing", blob(11, {0, 0}), blob(11, {0, 0}), {selected}},
+            {"missing words read as 0", {0, 0, 0, 0}, {0, 0, 0, 0}, {off}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const size_t before = client.recorder->received().size();
+        post(c.request);
+        settle();
+        ASSERT_EQ(before + 1, client.recorder->received().size());
+        EXPECT_EQ(c.echoed, client.recorder->received().back());
+        for (const auto& [request, expected] : c.checks) {
+            EXPECT_EQ(expected, answer(request));
+        }
+    }
+    post(blob(1, {0, 2, 108, 3}));
+    settle();
+    android::TevParamCache speaker;
+    ASSERT_EQ(android::OK, mService->getStoredParams(2, &speaker));
+    EXPECT_EQ(std::vector<int32_t>{3}, *speaker.findParam(tevParameterId(DEA)));
+
+    // Destroying the service saves what its clients changed.
+    restart();
+    connect(0, 1000);
+    EXPECT_EQ(0, answer(blob(0, {})));
+    EXPECT_EQ(2, answer(blob(10, {})));
+    EXPECT_EQ(3, answer(blob(1, {108, 2})));
+}
+
+TEST_F(ServiceParametersTest, QueriesNeverReadOrWritePastTheirBuffers) {
+    connect(0, 1000);
+    const Bytes untouched(16, 0xab);
+    EXPECT_EQ(5, answer(blob(3, {})));
+    // Of an event-3 query two bytes, or none, are given: the rest reads as 0, which asks event 0.
+    EXPECT_EQ(1, wordsOf(query(blob(3, {}), 16, 2))[0]);
+    EXPECT_EQ(1, wordsOf(query(blob(3, {}), 16, 0))[0]);
+    EXPECT_EQ(Bytes(3, 0xab), query(blob(3, {}), 3));
+    for (const Bytes& nothing : {blob(4, {}), blob(14, {}), blob(1, {110, 5}), blob(1, {99, 0}), blob(2, {108, 7})}) {
+        EXPECT_EQ(untouched, query(nothing));
+    }
+    EXPECT_EQ(0, answer(blob(11, {-1})));
+    EXPECT_EQ(0, answer(blob(11, {5})));
+
+    // Twenty equaliser gains, kept within +-576, need 80 bytes.
+    post(blob(1, {0, 0, 110, -1000, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 1000}));
+    settle();
+    EXPECT_EQ(untouched, query(blob(1, {110, 0})));
+    EXPECT_EQ((std::vector<int32_t>{-576, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 576}),
+              wordsOf(query(blob(1, {110, 0}), 80)));
+}
+
+TEST_F(ServiceParametersTest, IntegerParametersFollowTheActiveDeviceAndItsTuning) {
+    connect(2, 10000);
+    EXPECT_EQ((std::vector<int64_t>{1000000, 1, 0}), intParams({'DTFV', 'TEVO', 'APMO'}));
+    const struct {
+        int32_t device;
+        const char* speaker;  // the internal speaker's device
+        std::vector<int64_t> expected;
+    } cases[] = {
+            {2, "mono_speaker", {2, 10, 0, 3, 1, 0}},
+            {8, "mono_speaker", {8, 90, 30, 10, 1, 0}},
+            {1024, "default_internal_speaker", {1024, 110, 45, 15, 0, 1}},
+    };
+    for (const auto& c : cases) {
+        ASSERT_TRUE(mService->setActiveDevice(c.device));
+        mService->setSelectedTuningDevice(0, c.speaker, static_cast<int32_t>(strlen(c.speaker)));
+        settle();
+        EXPECT_EQ(c.expected, intParams({'ADEV', 'DDSA', 'DHSA', 'DFSA', 'SPKM', 'SPKP'})) << c.speaker;
+    }
+    EXPECT_FALSE(mService->setActiveDevice(3));
+    EXPECT_LT(0, mService->getIntParam('LCTM'));
+
+    // The dialog enhancer of the active port (hdmi): its amount, or 0 when it is off.
+    for (const Bytes& set : {blob(2, {0, 0, 1, 108, 11}), blob(2, {0, 0, 1, 105, 1})}) {
+        post(set);
+    }
+    settle();
+    EXPECT_EQ(11, mService->getIntParam('DEAM'));
+    post(blob(2, {0, 0, 1, 105, 0}));
+    settle();
+    EXPECT_EQ(0, mService->getIntParam('DEAM'));
+}
+
+TEST_F(ServiceParametersTest, DumpAndFormatVersionShowTheLoadedSettings) {
+    connect(0, 1000);
+    for (const Bytes& set : {blob(10, {0, 1}), blob(1, {0, 1, 104, 2}), blob(1, {0, 1, 105, 1}), blob(0, {0, 0})}) {
+        post(set);
+    }
+    settle();
+    EXPECT_EQ("OrvanManagerService Information dump:\nZEL Status : off\nProfile ID : 1\n"
+              "Profile IEQ Preset : balanced\nDialog Enhance state : on\nIs Mono Speaker : false\n",
+              dump());
+
+    std::ifstream in(DevicePaths::defaultTuningFile());
+    const std::string factory((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::pair<const char*, int64_t> versions[] = {
+            {R"(major="2" minor="0" maintenance="15")", 2000015},
+            {R"(major="1000" minor="0" maintenance="0")", -22},
+            {R"(major="1" minor="2.3" maintenance="0")", -22},
+            {R"(major="1" minor="-1" maintenance="0")", -22},
+            {R"(major="1" minor="2")", 1002000},  // "1.2.": the empty part reads as 0
+    };
+    time_t mtime = 1700000000;
+    for (const auto& [attributes, expected] : versions) {
+        SCOPED_TRACE(attributes);
+        std::ofstream(DevicePaths::defaultTuningFile())
+                << std::regex_replace(factory, std::regex("<format_version [^>]*/>"),
+                                      std::string("<format_version ") + attributes + "/>");
+        const struct timespec times[2] = {{++mtime, 0}, {mtime, 0}};
+        ASSERT_EQ(0, utimensat(AT_FDCWD, DevicePaths::defaultTuningFile().c_str(), times, 0));
+        restart();
+        connect(0, 1000);
+        EXPECT_EQ(expected, mService->getIntParam('DTFV'));
+    }
+}
+
+}  // namespace
+}  // namespace orvan::test
