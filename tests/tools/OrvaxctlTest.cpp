@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/common/TempRoot.h"
+
+namespace orvan {
+namespace {
+
+using test::sourcePath;
+using test::TempRoot;
+
+struct ToolRun {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string readAll(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        result.push_back(line);
+    }
+    return result;
+}
+
+// Runs the built tool on `root` as a person would, in its own process.
+ToolRun orvaxctl(const TempRoot& root, const std::vector<std::string>& args) {
+    std::string command = std::string("'") + ORVAXCTL_PATH + "' --root '" + root.path() + "'";
+    for (const std::string& arg : args) {
+        command += " '" + arg + "'";
+    }
+    const std::string out = root.path() + "/.out";
+    const std::string err = root.path() + "/.err";
+    const int status = std::system((command + " >'" + out + "' 2>'" + err + "'").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(out), readAll(err)};
+}
+
+class OrvaxctlTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(0, orvaxctl(mRoot, {"install"}).status); }
+
+    // Runs a command that must succeed and returns its output.
+    std::string ok(const std::vector<std::string>& args) {
+        const ToolRun run = orvaxctl(mRoot, args);
+        EXPECT_EQ(0, run.status) << args[0] << ": " << run.err;
+        return run.out;
+    }
+
+    TempRoot mRoot;
+};
+
+TEST(OrvaxctlDemoTest, RunsToTheEndInAFreshRoot) {
+    TempRoot root;
+    const ToolRun run = orvaxctl(root, {"demo"});
+    EXPECT_EQ(0, run.status) << run.err;
+    for (const char* section : {"== Service dump ==", "== Profiles ==", "== Engine parameters of the speaker ==",
+                                "notification received:", "== Restart", "== Reset"}) {
+        EXPECT_NE(std::string::npos, run.out.find(section)) << section;
+    }
+}
+
+TEST_F(OrvaxctlTest, SettingsMadeByOneRunAreReadByTheNext) {
+    EXPECT_EQ("12\n", ok({"set", "107", "12", "--profile", "2"}));
+    EXPECT_EQ("selected profile 3 voice\n", ok({"select", "3"}));
+    ok({"off"});
+    EXPECT_EQ("12\n", ok({"get", "107", "--profile", "2"}));
+    const std::string dump = ok({"status"});
+    EXPECT_NE(std::string::npos, dump.find("Profile ID : 3")) << dump;
+    EXPECT_NE(std::string::npos, dump.find("ZEL Status : off")) << dump;
+    // A value out of range is stored within it.
+    EXPECT_EQ("16\n", ok({"set", "107", "40", "--profile", "2"}));
+}
+
+TEST_F(OrvaxctlTest, EngineShowsTheValueThatWasSet) {
+    const std::string before = ok({"engine", "--device", "speaker"});
+    EXPECT_NE(std::string::npos, before.find("speaker IEA 10\n")) << before;
+    ok({"set", "107", "13"});
+    const std::string after = ok({"engine", "--device", "speaker"});
+    EXPECT_NE(std::string::npos, after.find("speaker IEA 13\n")) << after;
+    EXPECT_EQ(lines(before).size(), lines(after).size());
+}
+
+TEST_F(OrvaxctlTest, ChangesListsWhatASetChangedAndNothingAfterAReset) {
+    EXPECT_EQ("", ok({"changes"}));
+    // Factory values per endpoint, read through a port that plays it.
+    std::vector<std::string> expected;
+    for (const auto& [endpoint, port] : {std::pair{"speaker", "internal_speaker"}, {"headphone", "headphone"},
+                                         {"other", "hdmi"}}) {
+        std::string factory = ok({"get", "108", "--profile", "1", "--port", port});
+        factory.pop_back();
+        expected.push_back(std::string("profile 1 ") + endpoint + ": dialog_enhancer_amount " + factory + " -> 15");
+    }
+    ok({"set", "108", "15", "--profile", "1"});
+    EXPECT_EQ(expected, lines(ok({"changes"})));
+    EXPECT_EQ("", ok({"changes", "0"}));
+    ok({"reset", "1"});
+    EXPECT_EQ("", ok({"changes"}));
+}
+
+TEST_F(OrvaxctlTest, UsageErrorsExitTwoAndChangeNothing) {
+    const std::string dump = ok({"status"});
+    const std::vector<std::vector<std::string>> mistakes = {
+        {"frobnicate"},
+        {"select"},
+        {"select", "two"},
+        {"select", "99"},
+        {"reset", "-1"},
+        {"set", "107"},
+        {"set", "107", "1x"},
+        {"set", "110", "1", "2"},
+        {"get", "107", "--port", "9"},
+        {"get", "107", "--volume", "3"},
+        {"device", "usb", "no_such_device"},
+        {"int", "TOOLONG"},
+        {"int", "ADEV=3"},
+        {"blob", "set", "0g"},
+        {"engine", "--device", "toaster"},
+        {"changes", "many"},
+    };
+    for (const auto& args : mistakes) {
+        const ToolRun run = orvaxctl(mRoot, args);
+        EXPECT_EQ(2, run.status) << args[0];
+        EXPECT_EQ("", run.out) << args[0];
+        EXPECT_EQ(0u, run.err.rfind("orvaxctl: ", 0)) << args[0] << ": " << run.err;
+    }
+    EXPECT_EQ(dump, ok({"status"}));
+    EXPECT_EQ("", ok({"changes"}));
+}
+
+TEST(OrvaxctlRootTest, ARootWithoutATuningFileIsRefusedAndLeftAlone) {
+    TempRoot root;
+    const ToolRun run = orvaxctl(root, {"status"});
+    EXPECT_EQ(1, run.status);
+    EXPECT_NE(std::string::npos, run.err.find("orvaxctl install")) << run.err;
+    EXPECT_FALSE(std::ifstream(root.under("/data/vendor/orvan/zel_sqlite3.db")).good());
+}
+
+TEST(OrvaxctlCheckTest, BundledFilesHaveNoError) {
+    TempRoot root;
+    for (const char* file : {"data/zel-default.xml", "data/zel-extra.xml"}) {
+        const ToolRun run = orvaxctl(root, {"check", sourcePath(file)});
+        EXPECT_EQ(0, run.status) << file << "\n" << run.out;
+        EXPECT_NE(std::string::npos, run.out.find(": 0 errors")) << run.out;
+    }
+}
+
+// Each case changes one line of the bundled default file.
+struct BrokenFile {
+    const char* name;
+    const char* original;
+    const char* replacement;
+    bool schemaValid;
+    const char* message;
+};
+
+TEST(OrvaxctlCheckTest, ReportsTheLineOfWhatIsBroken) {
+    const BrokenFile cases[] = {
+        {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", false, "ieq-amount"},
+        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", false, "hdmx"},
+        {"not well-formed", "<volmax-boost value=\"144\"/>", "<volmax-boost value=144/>", false,
+         "not well-formed"},
+        {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", true, "profile id 1 is used again"},
+        {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>",
+         true, "output-mode"},
+    };
+    const std::string bundled = readAll(sourcePath("data/zel-default.xml"));
+    const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
+    for (const BrokenFile& broken : cases) {
+        TempRoot root;
+        const size_t at = bundled.find(broken.original);
+        ASSERT_NE(std::string::npos, at) << broken.name;
+        std::string text = bundled;
+        text.replace(at, std::string(broken.original).size(), broken.replacement);
+        const std::string path = root.path() + "/broken.xml";
+        std::ofstream(path) << text;
+        const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + at, '\n'));
+
+        const ToolRun run = orvaxctl(root, {"check", path});
+        EXPECT_EQ(1, run.status) << broken.name;
+        const std::string expected = path + ":" + std::to_string(line) + ": error: ";
+        bool found = false;
+        for (const std::string& reported : lines(run.out)) {
+            found = found || (reported.rfind(expected, 0) == 0 && reported.find(broken.message) != std::string::npos);
+        }
+        EXPECT_TRUE(found) << broken.name << ": expected " << expected << "...\n" << run.out;
+        if (haveXmllint) {
+            const std::string xmllint =
+                    "xmllint --noout --schema '" + sourcePath("docs/tuning-file.xsd") + "' '" + path + "' 2>/dev/null";
+            EXPECT_EQ(broken.schemaValid, std::system(xmllint.c_str()) == 0) << broken.name;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace orvan

@@ -1,0 +1,18 @@
+# Writes OUTPUT, a C++ source defining the bundled tuning files and the schema
+# as strings, from DEFAULT_TUNING, EXTRA_TUNING and SCHEMA (cmake -P).
+set(text "// Generated from the bundled tuning files and the schema; do not edit.\n")
+string(APPEND text "#include \"tools/orvaxctl/EmbeddedFiles.h\"\n\nnamespace orvan::tool {\n")
+foreach(pair "kBundledDefaultTuning=${DEFAULT_TUNING}" "kBundledExtraTuning=${EXTRA_TUNING}" "kTuningFileSchema=${SCHEMA}")
+  string(REPLACE "=" ";" parts "${pair}")
+  list(GET parts 0 name)
+  list(GET parts 1 path)
+  file(READ "${path}" content)
+  if(content MATCHES "\\)orvaxembed\"")
+    message(FATAL_ERROR "${path} holds the string delimiter")
+  endif()
+  string(APPEND text "\nconst char ${name}[] = R\"orvaxembed(${content})orvaxembed\";\n")
+endforeach()
+string(APPEND text "\n}  // namespace orvan::tool\n")
+file(WRITE "${OUTPUT}.tmp" "${text}")
+file(COPY_FILE "${OUTPUT}.tmp" "${OUTPUT}" ONLY_IF_DIFFERENT)
+file(REMOVE "${OUTPUT}.tmp")

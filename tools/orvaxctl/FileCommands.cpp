@@ -1,0 +1,246 @@
+#define LOG_TAG "FileCommands"
+
+#include <log/log.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "storage/DevicePaths.h"
+#include "storage/Provider.h"
+#include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/EmbeddedFiles.h"
+#include "tools/orvaxctl/TuningFileChecker.h"
+
+namespace orvan::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool readFile(const std::string& path, std::string* content) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        return false;
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    *content = text.str();
+    return !in.bad();
+}
+
+// Writes beside the target and renames, so the service never reads half a file.
+bool writeFile(const std::string& path, const std::string& content, std::string* error) {
+    std::error_code code;
+    fs::create_directories(fs::path(path).parent_path(), code);
+    if (code) {
+        *error = "cannot create " + fs::path(path).parent_path().string() + ": " + code.message();
+        return false;
+    }
+    const std::string temporary = path + ".new";
+    {
+        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
+        out << content;
+        if (!out.flush()) {
+            *error = "cannot write " + temporary + ": " + std::strerror(errno);
+            return false;
+        }
+    }
+    fs::rename(temporary, path, code);
+    if (code) {
+        fs::remove(temporary, code);
+        *error = "cannot replace " + path + ": " + code.message();
+        return false;
+    }
+    return true;
+}
+
+struct InstallItem {
+    const char* what;
+    std::string source;  // "" for the bundled file
+    std::string target;
+    bool extra;
+};
+
+std::string joinValues(const Values* values) {
+    std::string text;
+    if (values != nullptr) {
+        for (size_t i = 0; i < values->size(); ++i) {
+            text += (i == 0 ? "" : ",") + std::to_string((*values)[i]);
+        }
+    }
+    return text.empty() ? "(empty)" : text;
+}
+
+// One line per parameter whose saved value differs from the factory one.
+int printDifferences(const std::string& where, const ParameterValues* factory, const ParameterValues* saved) {
+    if (factory == nullptr || saved == nullptr) {
+        return 0;
+    }
+    std::set<Parameter> parameters;
+    for (const auto& entry : factory->getValues()) {
+        parameters.insert(entry.first);
+    }
+    for (const auto& entry : saved->getValues()) {
+        parameters.insert(entry.first);
+    }
+    int count = 0;
+    for (Parameter parameter : parameters) {
+        const Values* before = factory->find(parameter);
+        const Values* after = saved->find(parameter);
+        const bool same = (before == nullptr || before->empty()) ? (after == nullptr || after->empty())
+                                                                   : (after != nullptr && *before == *after);
+        if (!same) {
+            std::printf("%s: %s %s -> %s\n", where.c_str(), kParameterNames[parameter], joinValues(before).c_str(),
+                        joinValues(after).c_str());
+            ++count;
+        }
+    }
+    return count;
+}
+
+std::map<Endpoint, ProfileEndpoint*> byEndpoint(const std::set<ProfileEndpoint*>& endpoints) {
+    std::map<Endpoint, ProfileEndpoint*> map;
+    for (ProfileEndpoint* endpoint : endpoints) {
+        map[endpoint->getEndpoint()] = endpoint;
+    }
+    return map;
+}
+
+}  // namespace
+
+int runInstall(const CommandLine& args) {
+    const bool bundled = !args.has("--default") && !args.has("--extra");
+    std::vector<InstallItem> items;
+    if (bundled || args.has("--default")) {
+        items.push_back({"default tuning file", args.value("--default"), DevicePaths::defaultTuningFile(), false});
+    }
+    if (bundled || args.has("--extra")) {
+        items.push_back({"OEM extra tuning file", args.value("--extra"), DevicePaths::extraTuningFile(), true});
+    }
+    // Everything is read and checked before anything is written.
+    std::vector<std::string> contents;
+    for (const InstallItem& item : items) {
+        std::string content = item.extra ? kBundledExtraTuning : kBundledDefaultTuning;
+        if (!item.source.empty()) {
+            if (!readFile(item.source, &content)) {
+                return fail(kExitRefused, "cannot read %s: %s", item.source.c_str(), std::strerror(errno));
+            }
+            QuietLog quiet;
+            TuningFileChecker checker(kTuningFileSchema);
+            if (!checker.check(item.source) || checker.errorCount() > 0) {
+                return fail(kExitRefused, "%s has errors, not installed (see 'orvaxctl check %s')",
+                            item.source.c_str(), item.source.c_str());
+            }
+            if (checker.isExtraFile() != item.extra) {
+                return fail(kExitRefused, "%s cannot be the %s: %s", item.source.c_str(), item.what,
+                            item.extra ? "an OEM extra file only adds tunings and devices"
+                                       : "it holds no profile");
+            }
+        }
+        contents.push_back(content);
+    }
+    for (size_t i = 0; i < items.size(); ++i) {
+        std::string current;
+        if (readFile(items[i].target, &current) && current == contents[i]) {
+            // Rewriting would change the modification time, which resets the user's settings.
+            std::printf("%s: unchanged\n", items[i].target.c_str());
+            continue;
+        }
+        std::string error;
+        if (!writeFile(items[i].target, contents[i], &error)) {
+            return fail(kExitRefused, "%s not installed: %s", items[i].what, error.c_str());
+        }
+        std::printf("%s: installed\n", items[i].target.c_str());
+    }
+    return kExitOk;
+}
+
+int runCheck(const CommandLine& args) {
+    const std::string& path = args.positionals()[0];
+    // Every problem is reported below; the loader's own log lines would repeat them.
+    QuietLog quiet;
+    TuningFileChecker checker(kTuningFileSchema);
+    const bool readable = checker.check(path);
+    for (const TuningFileChecker::Problem& problem : checker.problems()) {
+        std::printf("%s:%d: %s: %s\n", path.c_str(), problem.line, problem.error ? "error" : "warning",
+                    problem.message.c_str());
+    }
+    if (readable) {
+        const std::vector<std::string> summary = TuningFileChecker::summarize(path, checker.isExtraFile());
+        for (size_t i = 0; i < summary.size(); ++i) {
+            if (i == 0) {
+                std::printf("%s: %s\n", path.c_str(), summary[i].c_str());
+            } else {
+                std::printf("  %s\n", summary[i].c_str());
+            }
+        }
+    }
+    std::printf("%s: %d error%s, %d warning%s\n", path.c_str(), checker.errorCount(),
+                checker.errorCount() == 1 ? "" : "s", checker.warningCount(), checker.warningCount() == 1 ? "" : "s");
+    if (checker.errorCount() > 0) {
+        ALOGE("%s: %d errors", path.c_str(), checker.errorCount());
+        return kExitRefused;
+    }
+    return kExitOk;
+}
+
+int runChanges(const CommandLine& args) {
+    int32_t only = -1;
+    if (!args.positionals().empty() && (!parseInt32(args.positionals()[0], &only) || only < 0)) {
+        return fail(kExitUsage, "changes: '%s' is not a profile number", args.positionals()[0].c_str());
+    }
+    const std::string database = DevicePaths::dataDirectory() + Provider::kDatabaseFile;
+    std::error_code code;
+    if (!fs::is_regular_file(database, code)) {
+        if (!fs::is_regular_file(DevicePaths::defaultTuningFile(), code)) {
+            return fail(kExitRefused, "no settings database at %s and no tuning file at %s", database.c_str(),
+                        DevicePaths::defaultTuningFile().c_str());
+        }
+        note("nothing saved yet: the service has not run on this root");
+        return kExitOk;
+    }
+    // The provider only reads here: init() counts the profiles, the loads query rows.
+    Provider provider;
+    if (provider.init() != 0) {
+        return fail(kExitRefused, "the settings database at %s holds no profile", database.c_str());
+    }
+    const int count = provider.getNumOfProfiles();
+    if (only >= count) {
+        return fail(kExitUsage, "changes: no profile %d (profiles run from 0 to %d)", only, count - 1);
+    }
+    int changes = 0;
+    for (int id = 0; id < count; ++id) {
+        if (only >= 0 && id != only) {
+            continue;
+        }
+        const std::string profile = "profile " + std::to_string(id);
+        changes += printDifferences(profile, provider.loadDefaultProfile(id), provider.loadProfile(id));
+        changes += printDifferences(profile + " geq", provider.loadDefaultGeqPreset(id), provider.loadGeqPreset(id));
+        const auto factory = byEndpoint(provider.loadDefaultProfileEndpoints(id));
+        const auto saved = byEndpoint(provider.loadProfileEndpoints(id));
+        for (const auto& [endpoint, before] : factory) {
+            auto after = saved.find(endpoint);
+            if (after == saved.end()) {
+                continue;
+            }
+            const std::string where = profile + " " + kEndpointNames[endpoint];
+            if (before->getSelectedIeqPreset() != after->second->getSelectedIeqPreset()) {
+                std::printf("%s: ieq_preset %s -> %s\n", where.c_str(), kPresetTypeNames[before->getSelectedIeqPreset()],
+                            kPresetTypeNames[after->second->getSelectedIeqPreset()]);
+                ++changes;
+            }
+            changes += printDifferences(where, before, after->second);
+        }
+    }
+    if (changes == 0) {
+        note("no saved value differs from the factory values");
+    }
+    return kExitOk;
+}
+
+}  // namespace orvan::tool

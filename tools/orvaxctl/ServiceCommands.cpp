@@ -1,0 +1,512 @@
+#define LOG_TAG "ServiceCommands"
+
+#include <log/log.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "engine/TevParameter.h"
+#include "model/DeviceData.h"
+#include "model/Port.h"
+#include "storage/DevicePaths.h"
+#include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/ServiceOutput.h"
+#include "tools/orvaxctl/ServiceSession.h"
+#include "tuningfile/TuningFileParser.h"
+
+namespace orvan::tool {
+namespace {
+
+// Set and query events of the parameter blob.
+constexpr int32_t kEventOnOff = 0;
+constexpr int32_t kEventParameter = 1;
+constexpr int32_t kEventPortParameter = 2;
+constexpr int32_t kEventSelectProfile = 10;
+constexpr int32_t kEventProfileModified = 11;
+constexpr int32_t kEventResetProfile = 12;
+
+constexpr uint32_t kReloadCode = 'RLTF';
+constexpr int32_t kDefaultBlobOutput = 256;
+constexpr int32_t kMaxBlobOutput = 1 << 20;
+
+struct EngineDevice {
+    const char* name;
+    int32_t key;
+};
+
+// In key order, which is the order the engine listing uses.
+constexpr EngineDevice kEngineDevices[] = {
+    {"speaker", 2}, {"headphone", 8}, {"bluetooth", 128}, {"hdmi", 1024},
+    {"usb", 16384}, {"remote_submix", 32768}, {"all", 0x40000000},
+};
+
+// Runs `body` on a started session, or says why the service did not start.
+template <typename Body>
+int withSession(Body body) {
+    ServiceSession session;
+    std::string error;
+    if (!session.start(&error)) {
+        return fail(kExitRefused, "%s", error.c_str());
+    }
+    return body(session);
+}
+
+bool parsePort(const std::string& text, int32_t* port) {
+    for (size_t i = 0; i < kPortCount; ++i) {
+        if (text == kPortNames[i]) {
+            *port = static_cast<int32_t>(i);
+            return true;
+        }
+    }
+    return parseInt32(text, port) && *port >= 0 && *port < static_cast<int32_t>(kPortCount);
+}
+
+// Checks a profile number against the service's profiles.
+bool validProfile(ServiceSession& session, int32_t profile, const char* command) {
+    const int32_t count = session.profileCount();
+    if (profile < 0 || profile >= count) {
+        fail(kExitUsage, "%s: no profile %d (profiles run from 0 to %d)", command, profile, count - 1);
+        return false;
+    }
+    return true;
+}
+
+// Where a client parameter lives: profile, and port when one was given.
+struct ParameterAddress {
+    int32_t id = 0;
+    bool profileGiven = false;
+    int32_t profile = 0;
+    int32_t port = -1;
+};
+
+// Reads ID, --profile and --port; the profile defaults to the selected one
+// later, once the service runs. Prints the usage error itself.
+bool parseAddress(const CommandLine& args, const char* command, ParameterAddress* address) {
+    if (!parseInt32(args.positionals()[0], &address->id)) {
+        fail(kExitUsage, "%s: '%s' is not a parameter id", command, args.positionals()[0].c_str());
+        return false;
+    }
+    address->profileGiven = args.has("--profile");
+    if (address->profileGiven && !parseInt32(args.value("--profile"), &address->profile)) {
+        fail(kExitUsage, "%s: '%s' is not a profile number", command, args.value("--profile").c_str());
+        return false;
+    }
+    if (args.has("--port") && !parsePort(args.value("--port"), &address->port)) {
+        fail(kExitUsage, "%s: '%s' is not a port (0 to 5 or a port name)", command, args.value("--port").c_str());
+        return false;
+    }
+    return true;
+}
+
+std::vector<int32_t> getParameter(ServiceSession& session, const ParameterAddress& address) {
+    if (address.port < 0) {
+        return session.query({ServiceSession::event(kEventParameter), address.id, address.profile});
+    }
+    // The profile goes in the high nibble of byte 8, the port in the low one.
+    return session.query({ServiceSession::event(kEventPortParameter), address.id,
+                          (address.profile & 0xf) << 4 | (address.port & 0xf)});
+}
+
+bool resolveProfile(ServiceSession& session, ParameterAddress* address, const char* command) {
+    if (!address->profileGiven) {
+        address->profile = session.selectedProfile();
+    }
+    if (!validProfile(session, address->profile, command)) {
+        return false;
+    }
+    // The port form carries the profile in four bits.
+    if (address->port >= 0 && address->profile > 0xf) {
+        fail(kExitUsage, "%s: with --port the profile must be below 16", command);
+        return false;
+    }
+    return true;
+}
+
+std::vector<std::string> availableDevices(ServiceSession& session, int32_t port) {
+    const int32_t length = session.service().getAvailableTuningDevicesLen(port);
+    std::vector<char> buffer(static_cast<size_t>(std::max(length, 0)));
+    session.service().getAvailableTuningDevices(port, buffer.data(), length);
+    std::vector<std::string> names;
+    std::istringstream words(std::string(buffer.begin(), buffer.end()));
+    for (std::string name; words >> name;) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+bool packCode(const std::string& text, uint32_t* code) {
+    if (text.size() != 4) {
+        return false;
+    }
+    *code = 0;
+    for (char c : text) {
+        *code = *code << 8 | static_cast<uint8_t>(c);
+    }
+    return true;
+}
+
+int reload(ServiceSession& session) {
+    session.client().take();
+    session.service().setIntParam(kReloadCode, 0);
+    session.waitForEvents();
+    // Clients are told, with an empty blob, only when the reload worked.
+    for (const std::vector<uint8_t>& notice : session.client().take()) {
+        if (notice.empty()) {
+            std::printf("reloaded %s\n", DevicePaths::extraTuningFile().c_str());
+            return kExitOk;
+        }
+    }
+    return fail(kExitRefused, "the OEM extra tuning file %s was not reloaded (missing, not loadable, or of "
+                              "another format version)", DevicePaths::extraTuningFile().c_str());
+}
+
+std::string engineCode(int32_t id) {
+    const int index = tevParameterFromId(id);
+    if (index >= 0) {
+        return kTevParameterCodes[index];
+    }
+    char hex[16];
+    std::snprintf(hex, sizeof(hex), "0x%08x", static_cast<uint32_t>(id));
+    return hex;
+}
+
+int switchEngine(bool on) {
+    return withSession([on](ServiceSession& session) {
+        session.send({ServiceSession::event(kEventOnOff), 0, on ? 1 : 0});
+        if (session.service().getTevEnabled() != on) {
+            return fail(kExitRefused, "the engine did not turn %s", on ? "on" : "off");
+        }
+        std::printf("%s\n", on ? "on" : "off");
+        return kExitOk;
+    });
+}
+
+bool parseEngineDevice(const std::string& text, int32_t* key) {
+    for (const EngineDevice& device : kEngineDevices) {
+        if (text == device.name) {
+            *key = device.key;
+            return true;
+        }
+    }
+    return parseInt32(text, key);
+}
+
+}  // namespace
+
+std::string joinValues(const std::vector<int32_t>& values) {
+    std::string text;
+    for (size_t i = 0; i < values.size(); ++i) {
+        text += (i == 0 ? "" : ",") + std::to_string(values[i]);
+    }
+    return text;
+}
+
+std::string EngineRow::toString() const {
+    return device + " " + code + " " + joinValues(values);
+}
+
+void printProfiles(ServiceSession& session) {
+    // No client operation reports the mobility flag of a profile that is not
+    // selected; it is factory data, so it comes from the tuning file.
+    std::map<int32_t, bool> mobility;
+    {
+        QuietLog quiet;
+        TuningFileParser parser(DevicePaths::defaultTuningFile());
+        if (parser.getDeviceData() != nullptr) {
+            for (const Profile* profile : parser.getDeviceData()->getProfiles()) {
+                mobility[profile->getProfileId()] = profile->isMobility();
+            }
+        }
+    }
+    const int32_t count = session.profileCount();
+    const int32_t selected = session.selectedProfile();
+    std::printf("%-3s %-16s %-9s %-9s %s\n", "id", "name", "mobility", "modified", "selected");
+    for (int32_t id = 0; id < count; ++id) {
+        const bool modified = session.queryWord({ServiceSession::event(kEventProfileModified), id}, 0) != 0;
+        std::printf("%-3d %-16s %-9s %-9s %s\n", id, session.service().getProfileName(id).c_str(),
+                    mobility[id] ? "yes" : "no", modified ? "yes" : "no", id == selected ? "*" : "");
+    }
+}
+
+std::vector<EngineRow> engineRows(ServiceSession& session, const int32_t* onlyDevice) {
+    std::vector<EngineRow> rows;
+    for (const EngineDevice& device : kEngineDevices) {
+        if (onlyDevice != nullptr && device.key != *onlyDevice) {
+            continue;
+        }
+        android::TevParamCache cache;
+        if (session.service().getStoredParams(static_cast<uint32_t>(device.key), &cache) != android::OK) {
+            continue;
+        }
+        for (const auto& [id, values] : cache.getParams()) {
+            rows.push_back({device.key, device.name, engineCode(id), values});
+        }
+    }
+    std::sort(rows.begin(), rows.end(), [](const EngineRow& a, const EngineRow& b) {
+        return std::tie(a.key, a.code) < std::tie(b.key, b.code);
+    });
+    return rows;
+}
+
+int runStatus(const CommandLine&) {
+    return withSession([](ServiceSession& session) {
+        std::fflush(stdout);
+        session.service().dump(STDOUT_FILENO, android::Vector<android::String16>());
+        return kExitOk;
+    });
+}
+
+int runProfiles(const CommandLine&) {
+    return withSession([](ServiceSession& session) {
+        printProfiles(session);
+        return kExitOk;
+    });
+}
+
+int runSelect(const CommandLine& args) {
+    int32_t profile = 0;
+    if (!parseInt32(args.positionals()[0], &profile)) {
+        return fail(kExitUsage, "select: '%s' is not a profile number", args.positionals()[0].c_str());
+    }
+    return withSession([profile](ServiceSession& session) {
+        if (!validProfile(session, profile, "select")) {
+            return kExitUsage;
+        }
+        session.send({ServiceSession::event(kEventSelectProfile), 0, profile});
+        if (session.selectedProfile() != profile) {
+            return fail(kExitRefused, "the service did not select profile %d", profile);
+        }
+        std::printf("selected profile %d %s\n", profile, session.service().getProfileName(profile).c_str());
+        return kExitOk;
+    });
+}
+
+int runReset(const CommandLine& args) {
+    int32_t profile = 0;
+    if (!parseInt32(args.positionals()[0], &profile)) {
+        return fail(kExitUsage, "reset: '%s' is not a profile number", args.positionals()[0].c_str());
+    }
+    return withSession([profile](ServiceSession& session) {
+        if (!validProfile(session, profile, "reset")) {
+            return kExitUsage;
+        }
+        session.send({ServiceSession::event(kEventResetProfile), 0, profile});
+        if (session.queryWord({ServiceSession::event(kEventProfileModified), profile}, 1) != 0) {
+            return fail(kExitRefused, "the service did not reset profile %d", profile);
+        }
+        std::printf("reset profile %d %s\n", profile, session.service().getProfileName(profile).c_str());
+        return kExitOk;
+    });
+}
+
+int runOn(const CommandLine&) {
+    return switchEngine(true);
+}
+
+int runOff(const CommandLine&) {
+    return switchEngine(false);
+}
+
+int runGet(const CommandLine& args) {
+    ParameterAddress address;
+    if (!parseAddress(args, "get", &address)) {
+        return kExitUsage;
+    }
+    return withSession([&address](ServiceSession& session) {
+        if (!resolveProfile(session, &address, "get")) {
+            return kExitUsage;
+        }
+        const std::vector<int32_t> values = getParameter(session, address);
+        if (values.empty()) {
+            return fail(kExitRefused, "no value for parameter %d of profile %d (the id is not supported)", address.id,
+                        address.profile);
+        }
+        std::printf("%s\n", joinValues(values).c_str());
+        return kExitOk;
+    });
+}
+
+int runSet(const CommandLine& args) {
+    ParameterAddress address;
+    if (!parseAddress(args, "set", &address)) {
+        return kExitUsage;
+    }
+    std::vector<int32_t> values;
+    for (size_t i = 1; i < args.positionals().size(); ++i) {
+        int32_t value = 0;
+        if (!parseInt32(args.positionals()[i], &value)) {
+            return fail(kExitUsage, "set: '%s' is not a 32-bit number", args.positionals()[i].c_str());
+        }
+        values.push_back(value);
+    }
+    return withSession([&address, &values](ServiceSession& session) {
+        if (!resolveProfile(session, &address, "set")) {
+            return kExitUsage;
+        }
+        // The current value tells whether the id exists and how many values it takes.
+        const std::vector<int32_t> current = getParameter(session, address);
+        if (current.empty()) {
+            return fail(kExitRefused, "parameter %d of profile %d cannot be set (the id is not supported)",
+                        address.id, address.profile);
+        }
+        if (current.size() != values.size()) {
+            return fail(kExitUsage, "set: parameter %d takes %zu value%s, not %zu", address.id, current.size(),
+                        current.size() == 1 ? "" : "s", values.size());
+        }
+        std::vector<int32_t> blob;
+        if (address.port < 0) {
+            blob = {ServiceSession::event(kEventParameter), 0, address.profile, address.id};
+        } else {
+            blob = {ServiceSession::event(kEventPortParameter), 0, address.profile, address.port, address.id};
+        }
+        blob.insert(blob.end(), values.begin(), values.end());
+        if (!session.send(blob)) {
+            return fail(kExitRefused, "the service refused to set parameter %d", address.id);
+        }
+        const std::vector<int32_t> stored = getParameter(session, address);
+        std::printf("%s\n", joinValues(stored).c_str());
+        if (stored != values) {
+            note("values are kept within the parameter's range");
+        }
+        return kExitOk;
+    });
+}
+
+int runDevices(const CommandLine& args) {
+    int32_t port = 0;
+    if (!parsePort(args.positionals()[0], &port)) {
+        return fail(kExitUsage, "devices: '%s' is not a port (0 to 5 or a port name)", args.positionals()[0].c_str());
+    }
+    return withSession([port](ServiceSession& session) {
+        const std::string selected = session.service().getSelectedTuningDevice(port);
+        for (const std::string& name : availableDevices(session, port)) {
+            std::printf("%s %s\n", name == selected ? "*" : " ", name.c_str());
+        }
+        return kExitOk;
+    });
+}
+
+int runDevice(const CommandLine& args) {
+    int32_t port = 0;
+    if (!parsePort(args.positionals()[0], &port)) {
+        return fail(kExitUsage, "device: '%s' is not a port (0 to 5 or a port name)", args.positionals()[0].c_str());
+    }
+    const std::string& name = args.positionals()[1];
+    return withSession([port, &name](ServiceSession& session) {
+        const std::vector<std::string> names = availableDevices(session, port);
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            return fail(kExitUsage, "device: port %s has no device '%s' (see 'orvaxctl devices %s')",
+                        kPortNames[port], name.c_str(), kPortNames[port]);
+        }
+        session.service().setSelectedTuningDevice(port, name.data(), static_cast<int32_t>(name.size()));
+        session.waitForEvents();
+        if (session.service().getSelectedTuningDevice(port) != name) {
+            return fail(kExitRefused, "the service did not select device '%s' for port %s", name.c_str(),
+                        kPortNames[port]);
+        }
+        std::printf("%s: %s\n", kPortNames[port], name.c_str());
+        return kExitOk;
+    });
+}
+
+int runInt(const CommandLine& args) {
+    const std::string& text = args.positionals()[0];
+    const size_t equals = text.find('=');
+    uint32_t code = 0;
+    if (!packCode(text.substr(0, equals), &code)) {
+        return fail(kExitUsage, "int: '%s' is not a four-character code", text.substr(0, equals).c_str());
+    }
+    if (equals == std::string::npos) {
+        return withSession([code](ServiceSession& session) {
+            std::printf("%lld\n", static_cast<long long>(session.service().getIntParam(code)));
+            return kExitOk;
+        });
+    }
+    int32_t value = 0;
+    if (!parseInt32(text.substr(equals + 1), &value)) {
+        return fail(kExitUsage, "int: '%s' is not a number", text.substr(equals + 1).c_str());
+    }
+    if (code != kReloadCode) {
+        return fail(kExitUsage, "int: only RLTF can be set");
+    }
+    return withSession(reload);
+}
+
+int runReload(const CommandLine&) {
+    return withSession(reload);
+}
+
+int runEngine(const CommandLine& args) {
+    int32_t only = 0;
+    const bool filtered = args.has("--device");
+    if (filtered && !parseEngineDevice(args.value("--device"), &only)) {
+        return fail(kExitUsage, "engine: '%s' is not a device", args.value("--device").c_str());
+    }
+    const bool json = args.has("--json");
+    return withSession([filtered, only, json](ServiceSession& session) {
+        const std::vector<EngineRow> rows = engineRows(session, filtered ? &only : nullptr);
+        if (json) {
+            std::puts("[");
+        }
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if (json) {
+                std::printf("  {\"device\": \"%s\", \"key\": %d, \"code\": \"%s\", \"values\": [%s]}%s\n",
+                            rows[i].device.c_str(), rows[i].key, rows[i].code.c_str(),
+                            joinValues(rows[i].values).c_str(), i + 1 < rows.size() ? "," : "");
+            } else {
+                std::printf("%s\n", rows[i].toString().c_str());
+            }
+        }
+        if (json) {
+            std::puts("]");
+        }
+        return kExitOk;
+    });
+}
+
+int runBlob(const CommandLine& args) {
+    const std::string& mode = args.positionals()[0];
+    std::vector<uint8_t> blob;
+    if (mode != "set" && mode != "get") {
+        return fail(kExitUsage, "blob: '%s' is neither set nor get", mode.c_str());
+    }
+    std::string hex;
+    for (size_t i = 1; i < args.positionals().size(); ++i) {
+        hex += args.positionals()[i];
+    }
+    if (!parseHex(hex, &blob) || blob.empty()) {
+        return fail(kExitUsage, "blob: '%s' is not hexadecimal bytes", hex.c_str());
+    }
+    int32_t capacity = kDefaultBlobOutput;
+    if (args.has("--out") &&
+        (mode != "get" || !parseInt32(args.value("--out"), &capacity) || capacity < 0 || capacity > kMaxBlobOutput)) {
+        return fail(kExitUsage, "blob: --out takes a byte count up to %d, with get only", kMaxBlobOutput);
+    }
+    return withSession([&mode, &blob, capacity](ServiceSession& session) {
+        if (mode == "get") {
+            const std::vector<uint8_t> answer = session.queryBytes(blob, static_cast<uint32_t>(capacity));
+            if (answer.empty()) {
+                note("the service wrote nothing");
+            } else {
+                std::printf("%s\n", toHex(answer.data(), answer.size()).c_str());
+            }
+            return kExitOk;
+        }
+        if (!session.sendBytes(blob)) {
+            return fail(kExitRefused, "the service refused the blob");
+        }
+        // What the client was told once the event handler had carried the blob out.
+        for (const std::vector<uint8_t>& notice : session.client().take()) {
+            std::printf("%s\n", notice.empty() ? "(empty)" : toHex(notice.data(), notice.size()).c_str());
+        }
+        return kExitOk;
+    });
+}
+
+}  // namespace orvan::tool

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/orvaxctl/ServiceSession.h"
+
+namespace orvan::tool {
+
+// One committed engine parameter as the tool shows it.
+struct EngineRow {
+    int32_t key;
+    std::string device;
+    // The engine code, or the id in hexadecimal when no code has it.
+    std::string code;
+    std::vector<int32_t> values;
+
+    // "device code v1,v2,..."
+    std::string toString() const;
+};
+
+// "1,2,3"
+std::string joinValues(const std::vector<int32_t>& values);
+// The profile table of the profiles command.
+void printProfiles(ServiceSession& session);
+// The committed engine parameters, sorted by device key and code; of one
+// device when `onlyDevice` is given.
+std::vector<EngineRow> engineRows(ServiceSession& session, const int32_t* onlyDevice);
+
+}  // namespace orvan::tool

@@ -1,0 +1,156 @@
+#define LOG_TAG "ServiceSession"
+
+#include "tools/orvaxctl/ServiceSession.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <log/log.h>
+#include <vendor/orvan/hardware/rnx/2.0/BpHwRnxCallbacks.h>
+
+#include <filesystem>
+
+#include "storage/DevicePaths.h"
+#include "tools/orvaxctl/Commands.h"
+
+namespace orvan::tool {
+namespace {
+
+// Room for the longest answer: a band table of a few hundred values.
+constexpr uint32_t kAnswerCapacity = 4096;
+
+std::vector<int32_t> toWords(const std::vector<uint8_t>& bytes) {
+    std::vector<int32_t> words;
+    for (size_t i = 0; i + 4 <= bytes.size(); i += 4) {
+        words.push_back(static_cast<int32_t>(bytes[i] | bytes[i + 1] << 8 | bytes[i + 2] << 16 |
+                                             static_cast<uint32_t>(bytes[i + 3]) << 24));
+    }
+    return words;
+}
+
+}  // namespace
+
+android::hardware::Return<void> RecordingClient::onParametersUpdated(
+        const android::hardware::hidl_vec<uint8_t>& params) {
+    std::lock_guard<std::mutex> guard(mLock);
+    mReceived.emplace_back(params.data(), params.data() + params.size());
+    return android::hardware::Void();
+}
+
+std::vector<std::vector<uint8_t>> RecordingClient::take() {
+    std::lock_guard<std::mutex> guard(mLock);
+    std::vector<std::vector<uint8_t>> received;
+    received.swap(mReceived);
+    return received;
+}
+
+std::vector<uint8_t> ServiceSession::toBytes(const std::vector<int32_t>& words) {
+    std::vector<uint8_t> bytes;
+    for (int32_t word : words) {
+        const uint32_t value = static_cast<uint32_t>(word);
+        for (int shift = 0; shift < 32; shift += 8) {
+            bytes.push_back(static_cast<uint8_t>(value >> shift));
+        }
+    }
+    return bytes;
+}
+
+ServiceSession::ServiceSession() = default;
+
+ServiceSession::~ServiceSession() {
+    stop();
+}
+
+bool ServiceSession::start(std::string* error) {
+    const std::string tuningFile = DevicePaths::defaultTuningFile();
+    struct stat info {};
+    if (stat(tuningFile.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        *error = "no tuning file at " + tuningFile + " (run 'orvaxctl install' first)";
+        return false;
+    }
+    // On a device the data partition has the directory already.
+    std::error_code ignored;
+    std::filesystem::create_directories(DevicePaths::dataDirectory(), ignored);
+
+    // The first start on an empty data directory logs the tables it is about
+    // to create; a real failure is reported below in one line.
+    QuietLog quiet;
+    mService = new android::OrvanManagerService();
+    mClient = new RecordingClient();
+    // Registered through the transport proxy, as a client in another process is.
+    mProxy = new vendor::orvan::hardware::rnx::V2_0::BpHwRnxCallbacks(mClient);
+    mService->registerClient(mProxy, kClientType, getuid());
+    mRegistered = true;
+    if (mService->getDefaultXmlFormatVersion() == android::OrvanManagerService::kNotInitialized) {
+        *error = "the service could not load its settings from " + tuningFile +
+                 " (see 'orvaxctl check " + tuningFile + "')";
+        return false;
+    }
+    waitForEvents();
+    mClient->take();  // the registration notice
+    return true;
+}
+
+void ServiceSession::stop() {
+    if (mService == nullptr) {
+        return;
+    }
+    waitForEvents();
+    if (mRegistered) {
+        mService->unregisterClient(mProxy, kClientType, getuid());
+        waitForEvents();
+    }
+    mRegistered = false;
+    mProxy.clear();
+    // The last reference: the service saves and stops its handler.
+    mService.clear();
+}
+
+void ServiceSession::waitForEvents() {
+    if (mService != nullptr && !mService->waitForEvents()) {
+        ALOGE("the event handler no longer runs");
+    }
+}
+
+bool ServiceSession::send(const std::vector<int32_t>& words) {
+    return sendBytes(toBytes(words));
+}
+
+bool ServiceSession::sendBytes(const std::vector<uint8_t>& blob) {
+    const int32_t status = mService->setTevParam(blob.data(), static_cast<uint32_t>(blob.size()));
+    if (status != 0) {
+        return false;  // the caller says so
+    }
+    waitForEvents();
+    return true;
+}
+
+std::vector<uint8_t> ServiceSession::queryBytes(const std::vector<uint8_t>& blob, uint32_t capacity) {
+    // The service does not say how much it wrote: ask twice over different
+    // fillings; the bytes it wrote are the leading ones that agree.
+    std::vector<uint8_t> zeros(capacity, 0x00);
+    std::vector<uint8_t> ones(capacity, 0xff);
+    const auto length = static_cast<uint32_t>(blob.size());
+    if (mService->getTevParam(blob.data(), length, zeros.data(), capacity) != 0 ||
+        mService->getTevParam(blob.data(), length, ones.data(), capacity) != 0) {
+        ALOGE("getTevParam refused the query");
+        return {};
+    }
+    size_t written = 0;
+    while (written < capacity && zeros[written] == ones[written]) {
+        ++written;
+    }
+    zeros.resize(written);
+    return zeros;
+}
+
+std::vector<int32_t> ServiceSession::query(const std::vector<int32_t>& words) {
+    return toWords(queryBytes(toBytes(words), kAnswerCapacity));
+}
+
+int32_t ServiceSession::queryWord(const std::vector<int32_t>& words, int32_t fallback) {
+    const std::vector<int32_t> answer = query(words);
+    return answer.empty() ? fallback : answer[0];
+}
+
+}  // namespace orvan::tool
