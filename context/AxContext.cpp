@@ -631,15 +631,16 @@ bool AxContext::setSelectedTuning(Port port, const std::string& device, bool for
 
 bool AxContext::save() {
     Lock lock(mLock);
+    // One transaction: a crash or a failed write keeps the whole earlier save.
+    bool saved = mProvider->beginTransaction();
     mProvider->setTevOn(mTevOn);
     if (mSelected != nullptr) {
         mProvider->setSelectedProfile(mSelected->getId());
     }
-    bool saved = true;
     for (auto& context : mContexts) {
         saved = context->save() && saved;
     }
-    return saved;
+    return mProvider->commitTransaction() && saved;
 }
 
 void AxContext::saveAxState() {
@@ -658,11 +659,11 @@ void AxContext::saveAxProfile() {
 
 bool AxContext::saveAxProfileSettings() {
     Lock lock(mLock);
-    bool saved = true;
+    bool saved = mProvider->beginTransaction();
     for (auto& context : mContexts) {
         saved = context->save() && saved;
     }
-    return saved;
+    return mProvider->commitTransaction() && saved;
 }
 
 }  // namespace orvan

@@ -109,7 +109,8 @@ public:
     // Listeners hear of it when the selection changed, or always with `force`.
     bool setSelectedTuning(Port port, const std::string& device, bool force);
 
-    // The on state, the selected profile and every profile's records.
+    // The on state, the selected profile and every profile's records, in one
+    // transaction: false, with the earlier save kept whole, when a write failed.
     bool save();
     void saveAxState();
     void saveAxProfile();

@@ -51,8 +51,17 @@ void AxContextManager::init() {
         return;
     }
     mProvider = std::make_unique<Provider>();
-    initDatabase(*mProvider, file);
-    if (mProvider->init() == 0) {
+    const bool rebuilt = initDatabase(*mProvider, file, false);
+    int result = mProvider->init();
+    if (result != 0 && !rebuilt) {
+        // A database that holds no profile cannot serve, but the tuning files can.
+        ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
+              __func__);
+        if (initDatabase(*mProvider, file, true)) {
+            result = mProvider->init();
+        }
+    }
+    if (result == 0) {
         mObservable = std::make_unique<AxContextChangeObservable>();
         mContext = std::make_unique<AxContext>(mProvider.get(), mObservable.get());
         mContext->load();
@@ -89,22 +98,31 @@ int AxContextManager::loadOemTuning() {
         ALOGE("%s(): the settings database is not loaded", __func__);
         return -19;
     }
-    const int result = loadOemTuningLocked();
+    const int result = loadOemTuningLocked(true);
     if (result == 0 && mContext) {
         mContext->reloadTuning();
     }
     return result;
 }
 
-void AxContextManager::initDatabase(Provider& provider, const std::string& file) {
-    DeviceData* data = loadXmlIfChanged(file, provider);
+bool AxContextManager::initDatabase(Provider& provider, const std::string& file, bool force) {
+    DeviceData* data = loadXmlIfChanged(file, provider, force);
     if (data == nullptr) {
-        return;
+        return false;
     }
     data->validateData();
+    // The rebuild and the OEM merge are one transaction: a crash or a failed
+    // write leaves the complete earlier database, never a part of the new one.
+    provider.beginTransaction();
     populateDatabase(*data, provider);
-    loadOemTuningLocked();
+    loadOemTuningLocked(false);
+    if (!provider.commitTransaction()) {
+        ALOGE("%s(): rebuilding the settings database failed, the stored settings are kept",
+              __func__);
+        return false;
+    }
     ALOGI("Load OEM tuning XML after default tuning XML is reloaded");
+    return true;
 }
 
 std::string AxContextManager::getSignature(const std::string& file) {
@@ -131,8 +149,9 @@ std::string AxContextManager::getChangedSignature(const std::string& file, Provi
     return signature;
 }
 
-DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider& provider) {
-    const std::string signature = getChangedSignature(file, provider);
+DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider& provider,
+                                               bool force) {
+    const std::string signature = force ? getSignature(file) : getChangedSignature(file, provider);
     if (signature.empty()) {
         return nullptr;
     }
@@ -149,7 +168,6 @@ DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider
 }
 
 void AxContextManager::populateDatabase(DeviceData& data, Provider& provider) {
-    provider.beginTransaction();
     provider.clear();
     provider.initDatabase();
     for (IeqPreset* preset : data.getIeqPresets()) {
@@ -177,10 +195,9 @@ void AxContextManager::populateDatabase(DeviceData& data, Provider& provider) {
     }
     provider.setDefaultXmlSignature(data.getSignature());
     provider.setDefaultXmlFormatVersion(data.getFormatVersion());
-    provider.commitTransaction();
 }
 
-int AxContextManager::loadOemTuningLocked() {
+int AxContextManager::loadOemTuningLocked(bool ownTransaction) {
     const std::string file = DevicePaths::extraTuningFile();
     if (!fileExists(file)) {
         ALOGE("OEM Tuning XML doesn't exist!");
@@ -220,7 +237,9 @@ int AxContextManager::loadOemTuningLocked() {
         defaultDevices.insert(deviceTuning->getDevice());
     }
 
-    mProvider->beginTransaction();
+    if (ownTransaction) {
+        mProvider->beginTransaction();
+    }
     mProvider->clearOemTunings();
     ALOGD("Num of parsed OEM tuning = %zu", oem->getTunings().size());
     std::set<std::string> dropped;
@@ -251,7 +270,14 @@ int AxContextManager::loadOemTuningLocked() {
             mProvider->create(deviceTuning, Provider::kOemName);
         }
     }
-    mProvider->commitTransaction();
+    if (!ownTransaction) {
+        // The caller commits; the caches fill from the committed rows on demand.
+        return 0;
+    }
+    if (!mProvider->commitTransaction()) {
+        ALOGE("OEM tuning XML could not be stored, the earlier OEM tunings stay");
+        return -5;
+    }
 
     ALOGD("Tell database to reload cached device tunings.");
     if (mContext) {

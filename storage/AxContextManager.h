@@ -31,8 +31,8 @@ public:
     AxContext* getAxContext();
     std::string getDefaultXmlFormatVersion();
     // Merges the OEM extra tuning file again and has the context re-check its
-    // tunings: 0, -2 when the file is missing, -22 when it is refused, -19 when
-    // nothing is loaded.
+    // tunings: 0, -2 when the file is missing, -22 when it is refused, -5 when
+    // it could not be stored, -19 when nothing is loaded.
     int loadOemTuning();
 
 private:
@@ -42,16 +42,21 @@ private:
     ~AxContextManager();
 
     void releaseLocked();
-    void initDatabase(Provider& provider, const std::string& file);
-    // The freshly parsed data set, or null when the database is current or the
-    // file cannot be parsed.
-    DeviceData* loadXmlIfChanged(const std::string& file, Provider& provider);
+    // Rebuilds the database when the default file changed, or always with
+    // `force`; true when a rebuild was committed.
+    bool initDatabase(Provider& provider, const std::string& file, bool force);
+    // The freshly parsed data set, or null when the database is current (and
+    // not `force`) or the file cannot be parsed.
+    DeviceData* loadXmlIfChanged(const std::string& file, Provider& provider, bool force);
     // The file's modification time in whole seconds; "" when it cannot be read.
     std::string getSignature(const std::string& file);
     // The signature when it differs from the stored one, else "".
     std::string getChangedSignature(const std::string& file, Provider& provider);
+    // Writes inside the caller's transaction.
     void populateDatabase(DeviceData& data, Provider& provider);
-    int loadOemTuningLocked();
+    // Without `ownTransaction` the rows are written into the caller's open
+    // transaction and the caches are left for the caller.
+    int loadOemTuningLocked(bool ownTransaction);
 
     std::unique_ptr<Provider> mProvider;
     std::unique_ptr<AxContextChangeObservable> mObservable;

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <sstream>
 
 #include <log/log.h>
@@ -189,6 +191,55 @@ bool parsePresetType(const std::string& text, PresetType* type) {
     return true;
 }
 
+bool isDamageCode(int result) {
+    const int primary = result & 0xff;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+// What SQLite's quick check finds in an open database: "" when it is sound,
+// else a description of the damage. Only damage counts: a busy or unreadable
+// file is no reason to set the database aside.
+std::string findDamage(sqlite3* db) {
+    int ret = SQLITE_OK;
+    Statement check = prepare(db, "PRAGMA quick_check", &ret);
+    if (ret == SQLITE_OK && check) {
+        ret = sqlite3_step(check.get());
+        if (ret == SQLITE_ROW) {
+            const unsigned char* text = sqlite3_column_text(check.get(), 0);
+            const std::string verdict = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+            return verdict == "ok" ? std::string() : "quick check: " + verdict;
+        }
+    }
+    return isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
+}
+
+// A database holding some but not all of the tables was not written by this
+// service, whose schema changes happen in one transaction.
+std::string findPartialSchema(sqlite3* db) {
+    std::string sql = "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN (";
+    for (const char* table : kTableNames) {
+        sql += std::string("'") + table + "',";
+    }
+    sql.back() = ')';
+    int ret = SQLITE_OK;
+    Statement count = prepare(db, sql, &ret);
+    if (ret == SQLITE_OK && count) {
+        ret = sqlite3_step(count.get());
+    }
+    if (ret != SQLITE_ROW) {
+        return isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
+    }
+    const int tables = sqlite3_column_int(count.get(), 0);
+    if (tables == 0 || tables == static_cast<int>(kTableTypeCount)) {
+        return "";
+    }
+    return "only " + std::to_string(tables) + " of the " + std::to_string(kTableTypeCount) + " tables";
+}
+
+bool pathExists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
 }  // namespace
 
 void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
@@ -223,33 +274,93 @@ DatabaseHelper::DatabaseHelper(const std::string& fileName)
         }
     }
 
-    const std::string path = getPath();
     // Opening with SQLITE_OPEN_CREATE would fail later, at the first write, in an
     // unwritable directory; refuse it here so every operation sees a null handle.
     if (access(mDirectory.c_str(), W_OK | X_OK) != 0) {
         ALOGE("data directory %s is missing or not writable (%s), database %s not opened",
-              mDirectory.c_str(), strerror(errno), path.c_str());
+              mDirectory.c_str(), strerror(errno), getPath().c_str());
     } else {
-        sqlite3* raw = nullptr;
-        int ret = sqlite3_open_v2(path.c_str(), &raw,
-                                  SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                                  nullptr);
-        if (ret != SQLITE_OK) {
-            ALOGE("failed to open database %s: %s", path.c_str(), sqlite3_errstr(ret));
-            sqlite3_close_v2(raw);
-        } else if (sqlite3_db_readonly(raw, "main") == 1) {
-            ALOGE("database %s is read-only, not used", path.c_str());
-            sqlite3_close_v2(raw);
-        } else {
-            // Other connections (tools, a second process) may hold the file briefly.
-            sqlite3_busy_timeout(raw, 2000);
-            mDb.reset(raw);
-        }
+        open();
     }
     initParameterNameMap();
 }
 
 DatabaseHelper::~DatabaseHelper() = default;
+
+sqlite3* DatabaseHelper::openFile(const std::string& path) {
+    sqlite3* raw = nullptr;
+    int ret = sqlite3_open_v2(path.c_str(), &raw,
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                              nullptr);
+    if (ret != SQLITE_OK) {
+        ALOGE("failed to open database %s: %s", path.c_str(), sqlite3_errstr(ret));
+        sqlite3_close_v2(raw);
+        return nullptr;
+    }
+    if (sqlite3_db_readonly(raw, "main") == 1) {
+        ALOGE("database %s is read-only, not used", path.c_str());
+        sqlite3_close_v2(raw);
+        return nullptr;
+    }
+    // Other connections (tools, a second process) may hold the file briefly.
+    sqlite3_busy_timeout(raw, 2000);
+    return raw;
+}
+
+void DatabaseHelper::open() {
+    const std::string path = getPath();
+    sqlite3* raw = openFile(path);
+    if (raw == nullptr) {
+        return;
+    }
+    std::string damage = findDamage(raw);
+    if (damage.empty()) {
+        damage = findPartialSchema(raw);
+    }
+    if (damage.empty()) {
+        mDb.reset(raw);
+        return;
+    }
+    sqlite3_close_v2(raw);
+    const std::string aside = setAside(path);
+    if (aside.empty()) {
+        ALOGE("settings database %s is damaged (%s) and cannot be moved aside: not used", path.c_str(),
+              damage.c_str());
+        return;
+    }
+    ALOGE("settings database %s is damaged (%s): moved to %s, a new one is built from the tuning files",
+          path.c_str(), damage.c_str(), aside.c_str());
+    mDb.reset(openFile(path));
+}
+
+std::string DatabaseHelper::setAside(const std::string& path) {
+    // Never deleted: the user's settings may still be read out of it by hand.
+    const std::string base = path + ".damaged-" + std::to_string(static_cast<long long>(time(nullptr)));
+    std::string target = base;
+    for (int n = 1; pathExists(target); ++n) {
+        target = base + "-" + std::to_string(n);
+    }
+    if (rename(path.c_str(), target.c_str()) != 0) {
+        ALOGE("cannot move %s to %s: %s", path.c_str(), target.c_str(), strerror(errno));
+        return "";
+    }
+    // A journal left beside the new file would be played back into it.
+    for (const char* suffix : {"-journal", "-wal", "-shm"}) {
+        const std::string companion = path + suffix;
+        if (pathExists(companion) && rename(companion.c_str(), (target + suffix).c_str()) != 0) {
+            ALOGE("cannot move %s aside: %s", companion.c_str(), strerror(errno));
+        }
+    }
+    return target;
+}
+
+void DatabaseHelper::logFailure(int result) const {
+    ALOGE("SQLite error %d: %s", result, mDb ? sqlite3_errmsg(mDb.get()) : sqlite3_errstr(result));
+    if (isDamageCode(result)) {
+        ALOGE("the settings database %s is damaged; it is moved aside at the next start",
+              getPath().c_str());
+    }
+}
 
 void DatabaseHelper::initParameterNameMap() {
     for (size_t i = 0; i < kParameterCount; ++i) {
@@ -299,11 +410,30 @@ void DatabaseHelper::clear() {
 }
 
 bool DatabaseHelper::beginTransaction() {
-    return execSQL("BEGIN EXCLUSIVE");
+    const bool begun = execSQL("BEGIN EXCLUSIVE");
+    // Without the transaction, the statements meant for it would each stand
+    // alone: a crash among them would leave half a change. They are refused.
+    mInTransaction = true;
+    mTransactionFailed = !begun;
+    return begun;
 }
 
 bool DatabaseHelper::commitTransaction() {
-    return execSQL("COMMIT");
+    if (!mInTransaction) {
+        return execSQL("COMMIT");
+    }
+    const bool failed = mTransactionFailed;
+    mInTransaction = false;
+    mTransactionFailed = false;
+    if (!failed && execSQL("COMMIT")) {
+        return true;
+    }
+    ALOGE("a statement of the transaction failed: it is rolled back and the stored state kept");
+    // SQLite may have rolled back already (a full disk, an I/O error).
+    if (mDb && sqlite3_get_autocommit(mDb.get()) == 0) {
+        execSQL("ROLLBACK");
+    }
+    return false;
 }
 
 bool DatabaseHelper::execSQL(const std::string& sql) {
@@ -311,15 +441,25 @@ bool DatabaseHelper::execSQL(const std::string& sql) {
         ALOGE("the db is not open...");
         return false;
     }
+    if (mInTransaction && mTransactionFailed) {
+        ALOGE("not run, the transaction has failed already: %s", sql.c_str());
+        return false;
+    }
     int ret = SQLITE_OK;
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
         ALOGD("failed to prepare SQL : %s", sql.c_str());
+        if (isDamageCode(ret)) {
+            logFailure(ret);
+        }
+        mTransactionFailed = mInTransaction;
         return false;
     }
     ret = sqlite3_step(statement.get());
     if (ret != SQLITE_DONE) {
         ALOGE("failed to exec SQL: %s", sql.c_str());
+        logFailure(ret);
+        mTransactionFailed = mInTransaction;
         return false;
     }
     return true;
@@ -353,6 +493,9 @@ void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
         ALOGE("failed to prepare sql command: %s, ret = %d, line %d", sql.c_str(), ret, 196);
+        if (isDamageCode(ret)) {
+            logFailure(ret);
+        }
         return;
     }
     sqlite3_stmt* stmt = statement.get();
@@ -374,6 +517,7 @@ void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     }
     if (ret != SQLITE_DONE) {
         ALOGE("Unknow error... %d", 224);
+        logFailure(ret);
     }
 }
 

@@ -35,6 +35,11 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 // Statements are plain text; every text value placed into one has its single
 // quotes doubled, so names from files or clients cannot change a statement.
 // Not thread-safe beyond SQLite's own serialisation of single statements.
+//
+// On open, a file that is no database, fails SQLite's quick check or holds
+// only part of the schema is moved aside as "<name>.damaged-<seconds>" and a
+// new database takes its place, which the start-up loader then builds from the
+// tuning files.
 class DatabaseHelper {
 public:
     explicit DatabaseHelper(const std::string& fileName);
@@ -56,6 +61,8 @@ public:
     static std::string buildColumnString(TableType type);
     // Drops all seven tables; does not create them again.
     void clear();
+    // A transaction is all or nothing: once one of its statements failed, the
+    // rest are refused and commitTransaction() rolls it back and returns false.
     bool beginTransaction();
     bool commitTransaction();
 
@@ -123,6 +130,13 @@ private:
         void operator()(sqlite3* db) const;
     };
 
+    // Opens the file. A file that is no database, or a damaged or partial one,
+    // is moved aside (never deleted) and a new, empty database is opened.
+    void open();
+    static sqlite3* openFile(const std::string& path);
+    // The name the file was moved to; "" when it could not be moved.
+    static std::string setAside(const std::string& path);
+    void logFailure(int result) const;
     void initParameterNameMap();
     bool updateConfigurationValue(const std::string& key, const std::string& value);
     // Runs `deleteSql` then `insert` inside a savepoint, so a failure keeps the old row.
@@ -140,6 +154,8 @@ private:
     std::array<std::vector<std::string>, kTableTypeCount> mValueColumns;
     std::map<std::string, Parameter> mParameterNames;
     std::unique_ptr<sqlite3, Closer> mDb;
+    bool mInTransaction = false;
+    bool mTransactionFailed = false;
 };
 
 }  // namespace orvan

@@ -374,12 +374,12 @@ void Provider::clear() {
     mHelper->clear();
 }
 
-void Provider::beginTransaction() {
-    mHelper->beginTransaction();
+bool Provider::beginTransaction() {
+    return mHelper->beginTransaction();
 }
 
-void Provider::commitTransaction() {
-    mHelper->commitTransaction();
+bool Provider::commitTransaction() {
+    return mHelper->commitTransaction();
 }
 
 void Provider::setDefaultXmlSignature(const std::string& signature) {

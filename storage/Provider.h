@@ -86,8 +86,10 @@ public:
     // Re-reads the device tunings of every port and refreshes the cached tunings.
     virtual void reloadCachedDeviceTunings();
     virtual void clear();
-    virtual void beginTransaction();
-    virtual void commitTransaction();
+    // False when the transaction could not be started, or was rolled back
+    // because one of its statements failed (see DatabaseHelper).
+    virtual bool beginTransaction();
+    virtual bool commitTransaction();
     // Also seeds the selected profile ("0") and the on state ("true").
     virtual void setDefaultXmlSignature(const std::string& signature);
     virtual std::string getDefaultXmlSignature();

@@ -119,7 +119,7 @@ TEST_F(DatabaseHelperTest, EveryRecordKindRoundTrips) {
     fillAll(tuning, 50);
     Values large;
     for (int32_t i = 0; i < 5000; ++i) {
-        large.push_back(i % 2 ? -i * 4099 : i * 524287);
+        large.push_back(i % 2 ? -i * 4099 : static_cast<int32_t>(i * int64_t{524287} % INT32_MAX));
     }
     large.push_back(INT32_MIN);
     large.push_back(INT32_MAX);
