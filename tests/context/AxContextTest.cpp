@@ -4,7 +4,6 @@
 #include <set>
 #include <thread>
 
-#include "context/ProfileContext.h"
 #include "tests/context/ContextTestSupport.h"
 
 namespace orvan::test {
@@ -78,34 +77,6 @@ TEST_F(AxContextTest, ChangesThatChangeNothingNotifyNobody) {
     EXPECT_EQ("default_headphone", mContext->getSelectedTuningDevice(PORT_HEADPHONE));
 }
 
-TEST_F(AxContextTest, ChangesOfTheSelectedProfileCarryTheContextsRecords) {
-    mContext->setTevOn(false);
-    mContext->setSelectedProfile(1);
-    EXPECT_TRUE(mContext->setProfileParameter(1, reverb_suppression_amount, {9}));
-    EXPECT_TRUE(mContext->setProfileGeqParameter(1, geq_gain, {1, 2, 3}));
-    ASSERT_EQ((std::vector<std::string>{"tev", "profile", "parameter", "geq"}), mObserver.kinds());
-    EXPECT_EQ(0, mObserver.events[0].value);
-    EXPECT_EQ(mContext->getProfile(1), mObserver.events[2].record);
-    EXPECT_EQ(mContext->getProfileGeq(1), mObserver.events[3].record);
-    EXPECT_EQ((Values{1, 2, 3}), mContext->getProfileGeqParameter(1, geq_gain));
-}
-
-TEST_F(AxContextTest, EndpointChangesReachThePortsPlayingOnThatEndpoint) {
-    const std::vector<std::pair<Endpoint, std::set<int>>> cases = {
-        {ENDPOINT_SPEAKER, {PORT_INTERNAL_SPEAKER}},
-        {ENDPOINT_HEADPHONE, {PORT_HEADPHONE, PORT_BLUETOOTH, PORT_USB}},
-        {ENDPOINT_OTHER, {PORT_HDMI, PORT_MIRACAST}},
-    };
-    for (const auto& [endpoint, ports] : cases) {
-        mObserver.events.clear();
-        EXPECT_TRUE(mContext->setProfileParameter(0, endpoint, volume_leveler_amount, {3, 4}));
-        EXPECT_EQ(ports, portsOf("endpoint")) << endpointName(endpoint);
-        EXPECT_EQ(ports.size(), mObserver.events.size());
-        EXPECT_EQ(mContext->getProfileEndpoint(0, endpoint), mObserver.events.front().record);
-        EXPECT_EQ((Values{3, 4}), mContext->getProfileParameter(0, endpoint, volume_leveler_amount));
-    }
-}
-
 TEST_F(AxContextTest, IeqIdSelectsTheCurveOfThatType) {
     EXPECT_TRUE(mContext->setProfileParameter(0, ENDPOINT_SPEAKER, ieq_id, {PRESET_WARM}));
     ASSERT_EQ((std::vector<std::string>{"ieq"}), mObserver.kinds());
@@ -155,15 +126,18 @@ TEST_F(AxContextTest, ModifiedTestsTellGeqChangesFromEndpointChanges) {
     }
 }
 
-TEST_F(AxContextTest, ResetReturnsTheFactoryValues) {
+TEST_F(AxContextTest, ResetReturnsEveryRecordOfTheProfileToItsFactoryValues) {
+    const Values reverb = mContext->getProfileParameter(0, reverb_suppression_amount);
     const Values boost = mContext->getProfileParameter(0, ENDPOINT_SPEAKER, surround_boost);
     const Values gains = mContext->getProfileGeqParameter(0, geq_gain);
+    ASSERT_TRUE(mContext->setProfileParameter(0, reverb_suppression_amount, {9}));
     ASSERT_TRUE(mContext->setProfileParameter(0, ENDPOINT_SPEAKER, surround_boost, {1}));
     ASSERT_TRUE(mContext->setProfileGeqParameter(0, geq_gain, {1}));
     mObserver.events.clear();
 
     mContext->resetProfile(0);
     EXPECT_EQ((std::vector<std::string>{"profile"}), mObserver.kinds());
+    EXPECT_EQ(reverb, mContext->getProfileParameter(0, reverb_suppression_amount));
     EXPECT_EQ(boost, mContext->getProfileParameter(0, ENDPOINT_SPEAKER, surround_boost));
     EXPECT_EQ(gains, mContext->getProfileGeqParameter(0, geq_gain));
     EXPECT_FALSE(mContext->isProfileModified(0));
@@ -175,7 +149,7 @@ TEST_F(AxContextTest, SelectingATuningDeviceStoresItAndNotifiesOnce) {
     ASSERT_EQ((std::vector<std::string>{"tuning"}), mObserver.kinds());
     EXPECT_EQ(mContext->getSelectedTuning(PORT_HEADPHONE), mObserver.events[0].record);
     EXPECT_EQ("headset_wired", query("SELECT value FROM configuration WHERE key='headphone'"));
-    exec("DELETE FROM configuration WHERE key='usb'");
+    query("DELETE FROM configuration WHERE key='usb'");
     EXPECT_TRUE(mContext->setSelectedTuning(PORT_HEADPHONE, "headset_wired", true));
     EXPECT_EQ(2u, mObserver.events.size());
 
@@ -203,16 +177,6 @@ TEST_F(AxContextTest, ConcurrentWritersAndReadersFinish) {
     EXPECT_FALSE(mObserver.events.empty());
 }
 
-// Drops the "other" record of every profile, as a damaged store would.
-class ProviderWithoutOtherEndpoint : public Provider {
-public:
-    std::set<ProfileEndpoint*> loadProfileEndpoints(int index) override {
-        std::set<ProfileEndpoint*> endpoints = Provider::loadProfileEndpoints(index);
-        endpoints.erase(Provider::loadProfileEndpoint(index, ENDPOINT_OTHER));
-        return endpoints;
-    }
-};
-
 using AxContextDeathTest = AxContextTest;
 
 TEST_F(AxContextDeathTest, AnUnknownProfileEndsTheProcess) {
@@ -220,17 +184,6 @@ TEST_F(AxContextDeathTest, AnUnknownProfileEndsTheProcess) {
                 "Couldn't find the context for profileId: 99");
     EXPECT_EXIT(mContext->setProfileParameter(-1, reverb_suppression_amount, {1}),
                 ::testing::ExitedWithCode(255), "Couldn't find the context for profileId: -1");
-}
-
-TEST_F(AxContextDeathTest, AMissingProfileEndpointEndsTheProcess) {
-    ProviderWithoutOtherEndpoint provider;
-    ASSERT_EQ(0, provider.init());
-    ProfileContext profile(&provider, 0);
-    profile.load();
-    EXPECT_EQ(ENDPOINT_SPEAKER, profile.getProfileEndpoint(ENDPOINT_SPEAKER)->getEndpoint());
-    EXPECT_EXIT(profile.getProfileEndpoint(ENDPOINT_OTHER), ::testing::ExitedWithCode(255),
-                "Couldn't find the profile endpoint fo 2");
-    EXPECT_EXIT(profile.isModified(), ::testing::ExitedWithCode(255), "Couldn't find the profile endpoint fo 2");
 }
 
 }  // namespace

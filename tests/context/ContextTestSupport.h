@@ -1,13 +1,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -88,8 +85,7 @@ protected:
         setModificationTime(target, mtime);
     }
     static void writeTo(const std::string& target, const std::string& text, time_t mtime) {
-        std::ofstream(target) << text;
-        setModificationTime(target, mtime);
+        setModificationTime(writeFile(target, text), mtime);
     }
     static void setModificationTime(const std::string& path, time_t seconds) {
         const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
@@ -112,33 +108,10 @@ protected:
     }
     static AxContext* startContext() { return start().getAxContext(); }
 
-    // First column of the first row of `sql`, read past the service.
-    static std::string query(const std::string& sql) {
-        std::string out;
-        withDatabase([&](sqlite3* db) {
-            sqlite3_stmt* raw = nullptr;
-            sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr);
-            std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, sqlite3_finalize);
-            if (raw != nullptr && sqlite3_step(raw) == SQLITE_ROW && sqlite3_column_text(raw, 0) != nullptr) {
-                out = reinterpret_cast<const char*>(sqlite3_column_text(raw, 0));
-            }
-        });
-        return out;
-    }
-    static void exec(const std::string& sql) {
-        withDatabase([&](sqlite3* db) { ASSERT_EQ(SQLITE_OK, sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr)) << sql; });
-    }
+    // The first cell of `sql` on the settings database, read past the service.
+    static std::string query(const std::string& sql) { return sqlText(database(), sql); }
 
     TempRoot mRoot;
-
-private:
-    template <typename Use>
-    static void withDatabase(Use use) {
-        sqlite3* raw = nullptr;
-        sqlite3_open_v2(database().c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
-        std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close_v2);
-        use(raw);
-    }
 };
 
 // An extra tuning file of the given format version holding `tunings`, each

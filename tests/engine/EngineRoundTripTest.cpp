@@ -8,7 +8,7 @@
 #include "engine/ParameterTranslator.h"
 #include "engine/ProfileParameters.h"
 #include "engine/TevEffect.h"
-#include "tests/engine/CommandEntries.h"
+#include "tests/engine/EngineTestSupport.h"
 
 namespace orvan {
 namespace {

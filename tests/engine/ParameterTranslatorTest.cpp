@@ -1,35 +1,27 @@
 #include <algorithm>
-#include <set>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "engine/DeviceParameters.h"
 #include "engine/ParameterTranslator.h"
-#include "engine/ProfileParameters.h"
-#include "tests/engine/CommandEntries.h"
-#include "tests/engine/ValueSet.h"
+#include "tests/engine/EngineTestSupport.h"
 
 namespace orvan {
 namespace {
 
 using Codes = std::vector<std::string>;
 
-Codes sorted(Codes codes) {
+Codes flush(ParameterTranslator& translator) {
+    SetParamCommand command(0x40000000);
+    translator.translatePending(command);
+    Codes codes = test::commandCodes(command);
     std::sort(codes.begin(), codes.end());
     return codes;
 }
 
-Codes flush(ParameterTranslator& translator, bool all = false) {
-    SetParamCommand command(0x40000000);
-    all ? translator.translateAll(command) : translator.translatePending(command);
-    return sorted(test::commandCodes(command));
-}
-
 TEST(TranslatorCollectionTest, EachSourceParameterLeadsBackToItsOneTranslator) {
     const TranslatorCollection& collection = ParameterTranslator::sTranslatorCollection;
-    EXPECT_EQ(TranslatorCollection::kAllTranslators.size(), 69u);
     size_t sources = 0, translated = 0;
     for (const Translator* translator : TranslatorCollection::kAllTranslators) {
         for (Parameter p : translator->getSrcParams()) {
@@ -67,35 +59,6 @@ TEST(ParameterTranslatorTest, ChangesRunTheirTranslatorOncePerFlush) {
     SetParamCommand command(0x40000000);
     translator.translatePending(command);
     EXPECT_EQ(test::commandEntries(command).at(0).values, Values{1});
-}
-
-TEST(ParameterTranslatorTest, WithoutASourceNothingIsTranslatedAndNothingStaysDue) {
-    ParameterTranslator translator;
-    translator.onParameterChanged(volume_leveler_enable);
-    EXPECT_TRUE(flush(translator).empty());
-    EXPECT_EQ(translator.getPendingCount(), 0u);
-    EXPECT_TRUE(flush(translator, true).empty());
-}
-
-TEST(ParameterTranslatorTest, TranslateAllEmitsOnlyWhatTheLevelTranslates) {
-    ParameterTranslator profileTranslator;
-    ProfileParameters profile(&profileTranslator);
-    EXPECT_EQ(flush(profileTranslator, true), sorted({"GEBS", "VCBF", "DRCM", "MSCE", "MIEE",
-                                                      "MDLE", "MAVE", "RVSA", "RVSE", "DVME"}));
-
-    // In an empty device set the switches read as off and the channel count
-    // as unsupported: only the unconditional parameters go out, each once.
-    ParameterTranslator deviceTranslator;
-    DeviceParameters device(&deviceTranslator);
-    const Codes codes = flush(deviceTranslator, true);
-    const std::set<std::string> unique(codes.begin(), codes.end());
-    EXPECT_EQ(unique.size(), codes.size());
-    for (const char* absent : {"GEBS", "DRCM", "DVME", "BMDT", "CEQT", "AOBS", "RSSA", "VOL"}) {
-        EXPECT_EQ(unique.count(absent), 0u) << absent;
-    }
-    for (const char* present : {"DVLE", "DOM", "ARSA", "ARBS", "IEBS", "VBM", "DEA", "IEID"}) {
-        EXPECT_EQ(unique.count(present), 1u) << present;
-    }
 }
 
 }  // namespace

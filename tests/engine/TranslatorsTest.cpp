@@ -5,8 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/ParameterTranslator.h"
-#include "tests/engine/CommandEntries.h"
-#include "tests/engine/ValueSet.h"
+#include "tests/engine/EngineTestSupport.h"
 
 namespace orvan {
 namespace {
@@ -77,17 +76,12 @@ TEST(TranslatorsTest, ListsAndSwitches) {
          {{"DEON", {2}}, {"MDEE", {2}}}},
         {"harmonic code carries sub-gains", virtual_bass_subgains,
          {{virtual_bass_subgains, {4, 5}}}, {{"VBHG", {4, 5}}}},
-    });
-}
-
-TEST(TranslatorsTest, DialogAmountIsCappedOnTheWayOutOnly) {
-    const Parameter src = dialog_enhancer_amount;
-    runCases({
-        {"above", src, {{src, {15, 20}}}, {{"DEA", {12, 20}}}, ENDPOINT_OTHER, false,
-         {{src, {15, 20}}}},
-        {"at the cap", src, {{src, {12}}}, {{"DEA", {12}}}},
-        {"negative", src, {{src, {-5}}}, {{"DEA", {-5}}}},
-        {"empty", src, {}, {{"DEA", {}}}},
+        // The dialog enhancer amount is capped on the way out only.
+        {"dialog amount above the cap", dialog_enhancer_amount, {{dialog_enhancer_amount, {15, 20}}},
+         {{"DEA", {12, 20}}}, ENDPOINT_OTHER, false, {{dialog_enhancer_amount, {15, 20}}}},
+        {"dialog amount at the cap", dialog_enhancer_amount, {{dialog_enhancer_amount, {12}}}, {{"DEA", {12}}}},
+        {"dialog amount negative", dialog_enhancer_amount, {{dialog_enhancer_amount, {-5}}}, {{"DEA", {-5}}}},
+        {"dialog amount empty", dialog_enhancer_amount, {}, {{"DEA", {}}}},
     });
 }
 

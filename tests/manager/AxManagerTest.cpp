@@ -9,7 +9,7 @@
 #include "engine/TevContext.h"
 #include "manager/AxManager.h"
 #include "tests/context/ContextTestSupport.h"
-#include "tests/manager/StoreDiff.h"
+#include "tests/engine/EngineTestSupport.h"
 
 namespace orvan::test {
 namespace {
@@ -100,6 +100,8 @@ TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
         {"bass enhancer off switches the virtual bass off",
          [](AxManager& m) { return m.setParameter(0, 111, {0}); },
          onDevices({DEVICE_SPEAKER}, {{"BEON", {0}}, {"VBM", {0}}})},
+        {"a profile setting goes to every device at once", [](AxManager& m) { return m.setParameter(0, 115, {7}); },
+         {{DEVICE_ALL, "RVSA", {7}}}},
         {"an unselected profile", [](AxManager& m) { return m.setParameter(1, 105, {0}); }, {}},
     };
     for (const Case& c : cases) {
@@ -129,15 +131,18 @@ TEST_F(AxManagerTest, SelectingAProfileChangesProfileValuesAndNoTuningValue) {
     EXPECT_EQ(-8, storedValues(DEVICE_SPEAKER, IEBS)[21]);  // the detailed curve
 }
 
-TEST_F(AxManagerTest, TuningQueriesFollowTheSelectedDevice) {
-    EXPECT_FALSE(mManager.isMonoInternalSpeaker());
-    EXPECT_TRUE(mManager.isSpeakerPortraitMode());
-    ASSERT_TRUE(mManager.setSelectedTuning(PORT_INTERNAL_SPEAKER, "mono_speaker"));
-    EXPECT_TRUE(mManager.isMonoInternalSpeaker());
-    EXPECT_FALSE(mManager.isSpeakerPortraitMode());
-    EXPECT_EQ(10, mManager.getTuningParamDSA(PORT_INTERNAL_SPEAKER));
-    EXPECT_EQ(-1, mManager.getTuningParamDSA(static_cast<Port>(6)));
-    EXPECT_EQ(7, mManager.getVolumeLevelerAount(PORT_INTERNAL_SPEAKER));
+// A port's settings are those of the endpoint the port plays on.
+TEST_F(AxManagerTest, PortParametersLandOnThePortsEndpoint) {
+    const std::pair<Port, Endpoint> cases[] = {
+        {PORT_INTERNAL_SPEAKER, ENDPOINT_SPEAKER}, {PORT_HEADPHONE, ENDPOINT_HEADPHONE},
+        {PORT_BLUETOOTH, ENDPOINT_HEADPHONE},      {PORT_USB, ENDPOINT_HEADPHONE},
+        {PORT_HDMI, ENDPOINT_OTHER},               {PORT_MIRACAST, ENDPOINT_OTHER},
+    };
+    for (const auto& [port, endpoint] : cases) {
+        SCOPED_TRACE(portName(port));
+        ASSERT_TRUE(mManager.setProfilePortParameter(1, port, 108, {port + 1}));
+        EXPECT_EQ(Values{port + 1}, mManager.getAxContext()->getProfileParameter(1, endpoint, dialog_enhancer_amount));
+    }
 }
 
 TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
@@ -161,36 +166,6 @@ TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
     EXPECT_EQ(gains, mManager.getParameter(0, 110));
 }
 
-TEST_F(AxManagerTest, InvalidProfilesIdsAndPortsAreRefused) {
-    struct Case { int32_t profile, port, id; };  // port -2: not a port request
-    const Case cases[] = {
-        {-1, -2, 105}, {5, -2, 105}, {0, -2, 99}, {0, -2, 100}, {0, -2, 117},
-        {0, 7, 105},   {0, 6, 105},  {0, -1, 105}, {5, 0, 105},  {0, 0, 114},
-    };
-    const StoreSnapshot before = snapshotStore();
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.profile) + " " + std::to_string(c.port) + " " + std::to_string(c.id));
-        if (c.port == -2) {
-            EXPECT_FALSE(mManager.setParameter(c.profile, c.id, {1}));
-            EXPECT_TRUE(mManager.getParameter(c.profile, c.id).empty());
-        } else {
-            EXPECT_FALSE(mManager.setProfilePortParameter(c.profile, c.port, c.id, {1}));
-            EXPECT_TRUE(mManager.getProfilePortParameter(c.profile, c.port, c.id).empty());
-        }
-    }
-    EXPECT_FALSE(mManager.setParameter(0, 105, {}));
-    EXPECT_TRUE(changedSince(before).empty());
-
-    EXPECT_EQ("dynamic", mManager.getProfileName(0));
-    EXPECT_EQ(8, mManager.getProfileNameLen(0));
-    for (int32_t profile : {-1, 5}) {
-        EXPECT_EQ("", mManager.getProfileName(profile));
-        EXPECT_EQ(0, mManager.getProfileNameLen(profile));
-        EXPECT_FALSE(mManager.setSelectedProfile(profile));
-        EXPECT_FALSE(mManager.isProfileModified(profile));
-    }
-}
-
 TEST_F(AxManagerTest, SuspensionHidesTheOnState) {
     EXPECT_TRUE(mManager.getTevOn());
     mManager.setAxSuspended(true);
@@ -199,25 +174,6 @@ TEST_F(AxManagerTest, SuspensionHidesTheOnState) {
     mManager.setAxSuspended(false);
     mManager.setAxOn(false);
     EXPECT_FALSE(mManager.getTevOn());
-}
-
-TEST_F(AxManagerTest, ReloadTuningXmlMergesTheOemFileAgain) {
-    auto offered = [&](const std::string& device) {
-        const std::vector<std::string> devices = mManager.getAvailableTuningDevices(PORT_INTERNAL_SPEAKER);
-        return std::find(devices.begin(), devices.end(), device) != devices.end();
-    };
-    const StoreSnapshot before = snapshotStore();
-    const std::string oem =
-        oemFile("0", {{"oem_late", "speaker", {{"oem_late_speaker", "internal_speaker"}}}});
-    writeTo(DevicePaths::extraTuningFile(), oem, kFactoryTime);
-    EXPECT_EQ(0, mManager.reloadTuningXml());
-    EXPECT_TRUE(offered("oem_late_speaker"));
-    EXPECT_FALSE(offered("oem_flip_cover_speaker"));
-    EXPECT_TRUE(changedSince(before).empty());  // every port keeps its tuning
-
-    std::filesystem::remove(DevicePaths::extraTuningFile());
-    EXPECT_EQ(-2, mManager.reloadTuningXml());
-    EXPECT_TRUE(offered("oem_late_speaker"));
 }
 
 // A destroyed manager's controller and a replaced effect must not be reached.
@@ -237,6 +193,7 @@ using AxManagerStartTest = StartUpTest;
 TEST_F(AxManagerStartTest, InitRetriesUntilTheSettingsLoad) {
     AxManager manager;
     EXPECT_EQ(-19, manager.init());
+    EXPECT_FALSE(std::filesystem::exists(database()));
     EXPECT_EQ(0, manager.getNumOfProfiles());
     EXPECT_FALSE(manager.setParameter(0, 105, {1}));
 

@@ -3,7 +3,7 @@
 #include "context/AxContext.h"
 #include "engine/TevController.h"
 #include "tests/context/ContextTestSupport.h"
-#include "tests/manager/StoreDiff.h"
+#include "tests/engine/EngineTestSupport.h"
 
 namespace orvan::test {
 namespace {
@@ -40,18 +40,6 @@ protected:
     TevController mController{DEVICE_SPEAKER, mEffect};
     AxContext* mContext = nullptr;
 };
-
-TEST_F(TevControllerTest, EventsThatChangeNoValueSendNothing) {
-    mContext->setTevOn(false);
-    // Another device of the same tuning.
-    ASSERT_TRUE(mContext->setSelectedTuning(PORT_HEADPHONE, "headset_wired", false));
-    ASSERT_TRUE(mContext->setSelectedTuning(PORT_HEADPHONE, "default_headphone", true));
-    EXPECT_EQ(1, mEffect.sends);
-    EXPECT_EQ(0, mController.sendParameters(DEVICE_ALL));
-
-    mContext->setSelectedProfile(1);
-    EXPECT_EQ(2, mEffect.sends);
-}
 
 // A new tuning changes its device only. It may change only the endpoint or
 // the mono flag, on which the output mode depends besides its values; the

@@ -1,92 +1,101 @@
 #include <gtest/gtest.h>
 
-#include "model/Profile.h"
-#include "model/ProfileEndpoint.h"
+#include <optional>
+#include <set>
+
+#include "model/DeviceData.h"
 
 namespace orvan {
 namespace {
 
-ProfileEndpoint cleanEndpoint() { return ProfileEndpoint(7, 0, ENDPOINT_SPEAKER, PRESET_OFF); }
-
-TEST(ParameterValuesTest, CheckAndUpdateRefusesParametersOfAnotherRecord) {
-    ProfileEndpoint record = cleanEndpoint();
-    EXPECT_FALSE(record.checkAndUpdate(geq_gain, {1}));
-    EXPECT_FALSE(record.isDirty());
-    EXPECT_EQ(record.find(geq_gain), nullptr);
+// Each parameter is stored in exactly one table, so it must belong to exactly one record kind.
+TEST(ParameterTest, ValidSetsPartitionAllParameters) {
+    std::set<Parameter> all;
+    for (const ParameterSet* set : {&Tuning::kValidParams, &IeqPreset::kValidParams, &GeqPreset::kValidParams,
+                                    &Profile::kValidParams, &ProfileEndpoint::kValidParams}) {
+        for (Parameter p : *set) {
+            EXPECT_TRUE(all.insert(p).second) << kParameterNames[p] << " is in two sets";
+        }
+    }
+    EXPECT_EQ(all.size(), kParameterCount);
 }
 
-TEST(ParameterValuesTest, CheckAndUpdateDirtiesOnlyOnRealChange) {
-    struct Case {
+TEST(ParameterValuesTest, CheckAndUpdateDirtiesOnlyOnARealChangeOfAValidParameter) {
+    using Stored = std::optional<Values>;
+    const struct {
         const char* what;
-        Values stored;
+        Parameter parameter;
+        Stored stored;
         Values update;
         bool changed;
+        Stored after;
+    } cases[] = {
+        {"same values", volume_leveler_amount, Values{1, 2}, {1, 2}, false, Values{1, 2}},
+        {"other value", volume_leveler_amount, Values{1, 2}, {1, 3}, true, Values{1, 3}},
+        {"longer", volume_leveler_amount, Values{1, 2}, {1, 2, 3}, true, Values{1, 2, 3}},
+        {"shorter", volume_leveler_amount, Values{1, 2}, {1}, true, Values{1}},
+        {"to empty", volume_leveler_amount, Values{1}, {}, true, Values{}},
+        {"absent: inserted, yet no change", volume_leveler_amount, std::nullopt, {}, false, Values{}},
+        {"a parameter of another record", geq_gain, std::nullopt, {1}, false, std::nullopt},
     };
-    const Case cases[] = {
-        {"same values", {1, 2}, {1, 2}, false},
-        {"other value", {1, 2}, {1, 3}, true},
-        {"longer", {1, 2}, {1, 2, 3}, true},
-        {"shorter", {1, 2}, {1}, true},
-        {"to empty", {1}, {}, true},
-    };
-    for (const Case& c : cases) {
-        ProfileEndpoint record = cleanEndpoint();
-        record.set(volume_leveler_amount, c.stored);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ProfileEndpoint record(7, 0, ENDPOINT_SPEAKER, PRESET_OFF);
+        if (c.stored) {
+            record.set(c.parameter, *c.stored);
+        }
         record.setDirty(false);
-        EXPECT_EQ(record.checkAndUpdate(volume_leveler_amount, c.update), c.changed) << c.what;
-        EXPECT_EQ(record.isDirty(), c.changed) << c.what;
-        EXPECT_EQ(*record.find(volume_leveler_amount), c.changed ? c.update : c.stored) << c.what;
+        EXPECT_EQ(record.checkAndUpdate(c.parameter, c.update), c.changed);
+        EXPECT_EQ(record.isDirty(), c.changed);
+        const Values* now = record.find(c.parameter);
+        EXPECT_EQ(now != nullptr ? Stored(*now) : std::nullopt, c.after);
     }
 }
 
-TEST(ParameterValuesTest, CheckAndUpdateInsertsAnAbsentValidParameterEvenWithoutChange) {
-    ProfileEndpoint record = cleanEndpoint();
-    EXPECT_FALSE(record.checkAndUpdate(volume_leveler_amount, {}));
-    ASSERT_NE(record.find(volume_leveler_amount), nullptr);
-    EXPECT_TRUE(record.find(volume_leveler_amount)->empty());
-    EXPECT_FALSE(record.isDirty());
-}
-
-TEST(ParameterValuesTest, SetAlwaysDirtiesAndReplacesTheWholeList) {
-    ProfileEndpoint record = cleanEndpoint();
-    record.set(volume_leveler_amount, {1, 2, 3});
-    record.setDirty(false);
-    record.set(volume_leveler_amount, {4});
-    EXPECT_EQ(*record.find(volume_leveler_amount), Values{4});
-    record.setDirty(false);
-    record.set(volume_leveler_amount, *record.find(volume_leveler_amount));
-    EXPECT_TRUE(record.isDirty());
-    // set does not consult the valid set.
-    record.set(geq_gain, {9});
-    EXPECT_EQ(*record.find(geq_gain), Values{9});
-}
-
-TEST(ParameterValuesTest, EqualsComparesValuesOnly) {
-    ProfileEndpoint a(1, 0, ENDPOINT_SPEAKER, PRESET_OFF);
-    ProfileEndpoint b(2, 0, ENDPOINT_SPEAKER, PRESET_OFF);
+// Storage tests compare records with equals, so it must not be lax.
+TEST(ParameterValuesTest, EqualsComparesValuesAndWhatIdentifiesTheRecord) {
+    ProfileEndpoint a(1, 0, ENDPOINT_SPEAKER, PRESET_OFF), b(2, 0, ENDPOINT_SPEAKER, PRESET_OFF);
     a.set(volume_leveler_amount, {5});
     b.set(volume_leveler_amount, {5});
     b.setDirty(false);
-    EXPECT_TRUE(a.ParameterValues::equals(b));
+    EXPECT_TRUE(a.equals(b)) << "ids and dirty flags do not count";
     b.set(volume_leveler_enable, {1});
-    EXPECT_FALSE(a.ParameterValues::equals(b));
+    EXPECT_FALSE(a.equals(b));
     a.set(volume_leveler_enable, {1, 0});
-    EXPECT_FALSE(a.ParameterValues::equals(b));
+    EXPECT_FALSE(a.equals(b));
+
+    ProfileEndpoint e(0, ENDPOINT_SPEAKER, PRESET_OFF);
+    EXPECT_FALSE(e.equals(ProfileEndpoint(0, ENDPOINT_HEADPHONE, PRESET_OFF)));
+    EXPECT_FALSE(e.equals(ProfileEndpoint(1, ENDPOINT_SPEAKER, PRESET_OFF)));
+    EXPECT_FALSE(e.equals(ProfileEndpoint(0, ENDPOINT_SPEAKER, PRESET_WARM)));
+
+    Profile music(0, "music", false), movie(0, "movie", true);
+    movie.setSelectedGeqPreset(3);
+    EXPECT_TRUE(music.equals(movie));
+    EXPECT_FALSE(music.equals(Profile(1, "music", false)));
+    EXPECT_FALSE(GeqPreset(2).equals(GeqPreset(3)));
+    EXPECT_TRUE(GeqPreset(2).equals(GeqPreset(8, 2)));
 }
 
-TEST(ParameterValuesTest, ValuesToStringListsEveryEntryButTheIeqId) {
-    Profile empty(0, "p", false);
-    EXPECT_EQ(empty.valuesToString(), "");
+TEST(DeviceDataTest, ValidateDataTurnsTheIeqOffWhereItIsDisabled) {
+    ProfileEndpoint disabled(1, 0, ENDPOINT_SPEAKER, PRESET_BALANCED);
+    disabled.set(ieq_enable, {0});
+    disabled.setDirty(false);
+    ProfileEndpoint enabled(2, 0, ENDPOINT_HEADPHONE, PRESET_BALANCED);
+    enabled.set(ieq_enable, {1});
+    enabled.setDirty(false);
+    ProfileEndpoint missing(3, 0, ENDPOINT_OTHER, PRESET_WARM);
 
-    ProfileEndpoint record = cleanEndpoint();
-    record.set(volume_leveler_enable, {1});
-    record.set(ieq_amount, {});
-    record.set(bass_enhancer_enable, {-3, 40});
-    record.set(ieq_id, {2});
-    EXPECT_EQ(record.valuesToString(),
-              "bass_enhancer_enable=-3,40,\n"
-              "ieq_amount=\n"
-              "volume_leveler_enable=1,\n");
+    DeviceData data;
+    data.validateData();  // empty: nothing to do
+    data.setProfileEndPoints({&disabled, &enabled, &missing});
+    data.validateData();
+
+    EXPECT_EQ(disabled.getSelectedIeqPreset(), PRESET_OFF);
+    EXPECT_TRUE(disabled.isDirty());
+    EXPECT_EQ(enabled.getSelectedIeqPreset(), PRESET_BALANCED);
+    EXPECT_FALSE(enabled.isDirty());
+    EXPECT_EQ(missing.getSelectedIeqPreset(), PRESET_WARM);
 }
 
 }  // namespace

@@ -3,8 +3,6 @@
 #include <sys/wait.h>
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <random>
 #include <thread>
@@ -202,9 +200,7 @@ TEST_F(CrashSafetyTest, AKilledOemMergeLeavesTheOldOrTheNewRowsAndTheSettings) {
     const std::string other = oemFile("0", {{"oem_alt_speaker", "speaker", {{"oem_alt_box", "internal_speaker"}}},
                                              {"oem_alt_headset", "headphone",
                                               {{"oem_alt_buds", "headphone"}, {"oem_alt_dock", "usb"}}}});
-    std::ifstream bundledFile(sourcePath("data/zel-extra.xml"));
-    const std::string extras[2] = {
-        std::string(std::istreambuf_iterator<char>(bundledFile), std::istreambuf_iterator<char>()), other};
+    const std::string extras[2] = {readFile(sourcePath("data/zel-extra.xml")), other};
     static OrvanManagerService* service = nullptr;
     auto prepare = [] { service = startService(); };
     auto merge = [] {

@@ -2,21 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "tests/reliability/ReliabilityTestSupport.h"
 
 namespace orvan::test {
 namespace {
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void writeFile(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
 
 // The files the data directory holds beside the database, by name.
 std::set<std::string> setAside() {

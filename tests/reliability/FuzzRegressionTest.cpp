@@ -1,9 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <vector>
 
 #include "fuzz/FuzzTargets.h"
 #include "tests/common/TempRoot.h"
@@ -34,9 +31,8 @@ TEST_P(FuzzRegressionTest, KeptInputsRunCleanly) {
             continue;
         }
         SCOPED_TRACE(entry.path().string());
-        std::ifstream in(entry.path(), std::ios::binary);
-        const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        EXPECT_EQ(0, GetParam().run(bytes.data(), bytes.size()));
+        const std::string bytes = readFile(entry.path().string());
+        EXPECT_EQ(0, GetParam().run(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
     }
 }
 

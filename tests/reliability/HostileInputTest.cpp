@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <cstdio>
-#include <fstream>
 
 #include "tests/reliability/ReliabilityTestSupport.h"
 #include "tests/service/ServiceTest.h"
@@ -39,7 +38,7 @@ protected:
     static constexpr const char* kKept = "profile 2, amount 9, headphone default_headphone, on 1";
 
     void SetUp() override {
-        std::filesystem::copy_file(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile());
+        copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
         mWatcher = connect(0, 1000);
         restore();
     }
@@ -85,7 +84,7 @@ protected:
 
     // Installs an OEM file and has the service reload it; the devices of a port after.
     std::string reloadOem(const std::string& text, int32_t port) {
-        std::ofstream(DevicePaths::extraTuningFile(), std::ios::binary | std::ios::trunc) << text;
+        writeFile(DevicePaths::extraTuningFile(), text);
         mService->setIntParam('RLTF', 0);
         settle();
         return devices(port);
@@ -302,8 +301,7 @@ TEST_F(HostileInputTest, EverySurfaceAnswersAndNothingStoredIsLost) {
                      },
                      "big_dev0 big_dev1 default_usb usb_dock_speaker "});
     table.push_back({"OEM tuning file", "the bundled one again", [=] {
-                         std::ifstream in(sourcePath("data/zel-extra.xml"));
-                         return reloadOem(std::string(std::istreambuf_iterator<char>(in), {}), 0);
+                         return reloadOem(readFile(sourcePath("data/zel-extra.xml")), 0);
                      },
                      kBundledSpeaker});
 

@@ -6,8 +6,7 @@
 #include <iostream>
 #include <thread>
 
-#include <tevparamstorage/TevParamStore.h>
-
+#include "tests/engine/EngineTestSupport.h"
 #include "tests/reliability/ReliabilityTestSupport.h"
 #include "tests/service/ServiceTest.h"
 
@@ -61,7 +60,7 @@ int32_t valueOf(int poster, int sequence) {
 using LoadTest = ServiceTest;
 
 TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
-    std::filesystem::copy_file(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile());
+    copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
     OrvanManagerService& service = *mService;
     std::vector<sp<CountingClient>> steady;
     std::vector<sp<BpHwRnxCallbacks>> proxies;
@@ -154,25 +153,18 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         service.getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), out, sizeof out);
         EXPECT_EQ(last, wordsOf(Bytes(out, out + 4))[0]) << "poster " << p;
     }
-    const std::vector<android::TevStoredParam> engine = android::TevParamStore::getInstance().getCommittedParams();
+    const StoreSnapshot engine = snapshotStore();
     service.unregisterClient(proxies[0], 0, 100);
     restart();
     mService->registerClient(new BpHwRnxCallbacks(new CountingClient()), 0, 101);
     settle();
-    auto same = [](const std::vector<android::TevStoredParam>& a, const std::vector<android::TevStoredParam>& b) {
-        return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) {
-                   return x.device == y.device && x.id == y.id && x.values == y.values;
-               });
-    };
-    EXPECT_TRUE(same(engine, android::TevParamStore::getInstance().getCommittedParams()))
-            << "the engine store differs from what a fresh start of the saved settings sends";
-    const std::string database = DevicePaths::dataDirectory() + Provider::kDatabaseFile;
+    EXPECT_TRUE(engine == snapshotStore()) << "the engine store differs from what a fresh start of the saved settings sends";
     for (int p = 0; p < kPosters; ++p) {
         const std::string rows = std::string("SELECT group_concat(") + kTargets[p].column +
                                  ") FROM profile_endpoints WHERE custom_name='custom' AND profile_id='" +
                                  std::to_string(kTargets[p].profile) + "'";
         const std::string last = std::to_string(valueOf(p, kSetsEach - 1));
-        EXPECT_EQ(last + "," + last + "," + last, sqlText(database, rows)) << "poster " << p;
+        EXPECT_EQ(last + "," + last + "," + last, sqlText(database(), rows)) << "poster " << p;
     }
 
     const double setsPerSecond = kPosters * kSetsEach / seconds;

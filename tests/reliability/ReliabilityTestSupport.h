@@ -99,21 +99,6 @@ inline DatabaseState readState(const std::string& path) {
     return state;
 }
 
-// Runs `sql` on the database file and returns the first cell of its first row.
-inline std::string sqlText(const std::string& path, const std::string& sql) {
-    sqlite3* raw = nullptr;
-    sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
-    std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close_v2);
-    sqlite3_stmt* statement = nullptr;
-    std::string out;
-    if (sqlite3_prepare_v2(raw, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_text(statement, 0) != nullptr) {
-        out = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-    }
-    sqlite3_finalize(statement);
-    return out;
-}
-
 // The first cell of a row of readState().
 inline std::string firstCell(const std::string& row) {
     return row.substr(0, row.find('|'));

@@ -35,6 +35,13 @@ void dropPrivileges() {
     }
 }
 
+// No file may grow or be written any more: the journal cannot be.
+void fillTheDisk() {
+    signal(SIGXFSZ, SIG_IGN);
+    const struct rlimit none = {0, 0};
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
+}
+
 const StorageFault kFaults[] = {
     {"ReadOnlyDataDirectory",
      [] {
@@ -42,14 +49,7 @@ const StorageFault kFaults[] = {
          dropPrivileges();
      },
      true},
-    {"FullDisk",
-     [] {
-         // No file may grow or be written any more: the journal cannot be.
-         signal(SIGXFSZ, SIG_IGN);
-         const struct rlimit none = {0, 0};
-         ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
-     },
-     true},
+    {"FullDisk", fillTheDisk, true},
     {"DatabaseDeleted",
      [] { ASSERT_TRUE(std::filesystem::remove(DevicePaths::dataDirectory() + Provider::kDatabaseFile)); },
      false},
@@ -130,9 +130,7 @@ TEST_F(StartUpTest, ARebuildOnAFullDiskKeepsTheEarlierDatabase) {
     setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + 60);
 
     const ChildResult full = runInChild([] {
-        signal(SIGXFSZ, SIG_IGN);
-        const struct rlimit none = {0, 0};
-        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
+        fillTheDisk();
         AxContext* started = startContext();
         ASSERT_NE(nullptr, started);
         EXPECT_EQ(2, started->getSelectedProfile());

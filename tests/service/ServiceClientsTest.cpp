@@ -13,7 +13,7 @@ namespace {
 using ServiceClientsTest = ServiceTest;
 
 TEST_F(ServiceClientsTest, EveryClientHearsEveryChangeOnceWithItsBytes) {
-    std::filesystem::copy_file(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile());
+    copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
     // A change reaches the clients registered when the event handler gets to it.
     const Client first = connect(0, 1000);
     settle();

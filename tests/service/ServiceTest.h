@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -12,9 +11,7 @@
 #include <vendor/orvan/hardware/rnx/2.0/BpHwRnxCallbacks.h>
 
 #include "service/OrvanManagerService.h"
-#include "storage/AxContextManager.h"
-#include "storage/DevicePaths.h"
-#include "tests/common/TempRoot.h"
+#include "tests/context/ContextTestSupport.h"
 
 namespace orvan::test {
 
@@ -70,7 +67,7 @@ inline std::vector<int32_t> wordsOf(const Bytes& bytes) {
 inline const Bytes kRegistrationChanged = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
 
 // The bundled default tuning file on a fresh device, and the service over it.
-class ServiceTest : public ::testing::Test {
+class ServiceTest : public StartUpTest {
 protected:
     struct Client {
         sp<RecordingClient> recorder;
@@ -78,22 +75,17 @@ protected:
     };
 
     ServiceTest() {
-        std::filesystem::create_directories(mRoot.under("/vendor/etc/orvan"));
-        std::filesystem::create_directories(mRoot.under(DevicePaths::kDataDirectory));
-        std::filesystem::copy_file(sourcePath("data/zel-default.xml"), DevicePaths::defaultTuningFile());
+        copyTo(sourcePath("data/zel-default.xml"), DevicePaths::defaultTuningFile(), kFactoryTime);
         mService = new OrvanManagerService();
     }
-    ~ServiceTest() override { stop(); }
+    ~ServiceTest() override { mService.clear(); }
 
-    void stop() {
+    // As a restart of the hosting process.
+    void restart() {
         mService.clear();
         if (android::Singleton<AxContextManager>::hasInstance()) {
             AxContextManager::getInstance().release();
         }
-    }
-    // As a restart of the hosting process.
-    void restart() {
-        stop();
         mService = new OrvanManagerService();
     }
 
@@ -107,10 +99,9 @@ protected:
     void post(const Bytes& request) { ASSERT_EQ(0, mService->setTevParam(request.data(), request.size())); }
 
     // The output buffer of a query, filled with 0xab before.
-    Bytes query(const Bytes& request, uint32_t capacity = 16, int64_t inLength = -1) {
+    Bytes query(const Bytes& request, uint32_t capacity = 16) {
         Bytes out(capacity, 0xab);
-        const uint32_t length = static_cast<uint32_t>(inLength < 0 ? request.size() : inLength);
-        EXPECT_EQ(0, mService->getTevParam(request.data(), length, out.data(), capacity));
+        EXPECT_EQ(0, mService->getTevParam(request.data(), request.size(), out.data(), capacity));
         return out;
     }
     int32_t answer(const Bytes& request) { return wordsOf(query(request, 4))[0]; }
@@ -132,7 +123,6 @@ protected:
         return text;
     }
 
-    TempRoot mRoot;
     sp<OrvanManagerService> mService;
 };
 

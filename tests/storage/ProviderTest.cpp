@@ -1,4 +1,4 @@
-#include <memory>
+#include <climits>
 
 #include "storage/Provider.h"
 #include "tests/storage/StorageTest.h"
@@ -6,34 +6,62 @@
 namespace orvan::test {
 namespace {
 
+// The records a rebuild from a tuning file stores: two profiles with their GEQ
+// presets and endpoints, the IEQ curves, two tunings and three devices. Every
+// record holds values of its own, so a record read from the wrong row shows.
+IeqPreset ieqRecord(int type) {
+    IeqPreset ieq(static_cast<PresetType>(type));
+    fillAll(ieq, type * 100);
+    return ieq;
+}
+Profile profileRecord(int32_t id) {
+    Profile profile(id, "profile" + std::to_string(id), id == 1);
+    profile.setSelectedGeqPreset(id + 3);
+    fillAll(profile, id * 1000);
+    return profile;
+}
+GeqPreset geqRecord(int32_t id) {
+    GeqPreset geq(id);
+    fillAll(geq, id * 1000 + 1);
+    return geq;
+}
+ProfileEndpoint endpointRecord(int32_t id, int endpoint) {
+    ProfileEndpoint record(id, static_cast<Endpoint>(endpoint), PRESET_BALANCED);
+    fillAll(record, id * 1000 + endpoint + 10);
+    return record;
+}
+Tuning speakerTuning() {
+    Tuning speaker("spk_tuning", ENDPOINT_SPEAKER, false);
+    fillAll(speaker, 50);
+    Values large = {INT32_MIN, INT32_MAX};
+    for (int32_t i = 0; i < 5000; ++i) {
+        large.push_back(i % 2 ? -i * 4099 : static_cast<int32_t>(i * int64_t{524287} % INT32_MAX));
+    }
+    speaker.set(complex_equalizer_tuning_left, large);
+    return speaker;
+}
+
 class ProviderTest : public StorageTest {
 protected:
-    // What a rebuild from a tuning file stores: two profiles with their GEQ
-    // presets and endpoints, the IEQ curves, two tunings and three devices.
     void populate(Provider& provider) {
         provider.beginTransaction();
         provider.clear();
         provider.initDatabase();
         for (int type = PRESET_DETAILED; type <= PRESET_WARM; ++type) {
-            IeqPreset ieq(static_cast<PresetType>(type));
-            ieq.set(ieq_target, {type * 100});
+            IeqPreset ieq = ieqRecord(type);
             provider.create(&ieq);
         }
         for (int32_t id = 0; id < 2; ++id) {
-            Profile profile(id, "profile" + std::to_string(id), false);
-            fillAll(profile, id * 1000);
+            Profile profile = profileRecord(id);
             provider.create(&profile);
-            GeqPreset geq(id);
-            fillAll(geq, id * 1000 + 1);
+            GeqPreset geq = geqRecord(id);
             provider.create(&geq);
             for (int e = 0; e < static_cast<int>(kEndpointCount); ++e) {
-                ProfileEndpoint endpoint(id, static_cast<Endpoint>(e), PRESET_BALANCED);
-                fillAll(endpoint, id * 1000 + e);
+                ProfileEndpoint endpoint = endpointRecord(id, e);
                 provider.create(&endpoint);
             }
         }
-        Tuning speaker("spk_tuning", ENDPOINT_SPEAKER, false);
-        speaker.set(regulator_enable, {1});
+        Tuning speaker = speakerTuning();
         provider.create(&speaker, Provider::kDefaultName);
         Tuning headphone("hp_tuning", ENDPOINT_HEADPHONE, true);
         provider.create(&headphone, Provider::kDefaultName);
@@ -49,75 +77,56 @@ protected:
     }
 };
 
-TEST_F(ProviderTest, EmptyDatabaseGivesNeutralAnswers) {
-    Provider provider;
-    EXPECT_EQ(provider.getSelectedProfile(), -1);
-    EXPECT_FALSE(provider.isTevOn());
-    EXPECT_EQ(provider.getDefaultXmlSignature(), "");
-    EXPECT_EQ(provider.init(), -19);
-    EXPECT_EQ(provider.getNumOfProfiles(), 0);
-    EXPECT_EQ(provider.loadProfile(0), nullptr);
-    EXPECT_TRUE(provider.loadProfileEndpoints(0).empty());
-}
-
-TEST_F(ProviderTest, RebuildSeedsConfigurationKeys) {
-    Provider provider;
-    populate(provider);
-    EXPECT_EQ(provider.getSelectedProfile(), 0);
-    EXPECT_TRUE(provider.isTevOn());
-    EXPECT_EQ(provider.getDefaultXmlSignature(), "1700000000");
-    EXPECT_EQ(provider.getDefaultXmlFormatVersion(), "2.1");
-
-    provider.setTevOn(false);
-    provider.setSelectedProfile(1);
-    provider.setDeviceTuning("hdmi", "default_hdmi");
-    provider.updateDeviceTuning("hdmi", "tv");
-    Provider reopened;
-    EXPECT_FALSE(reopened.isTevOn());
-    EXPECT_EQ(reopened.getSelectedProfile(), 1);
-    EXPECT_EQ(reopened.getDeviceTuning("hdmi"), "tv");
-    EXPECT_EQ(reopened.getDeviceTuning("miracast"), "");
-}
-
-TEST_F(ProviderTest, InitCountsProfilesAndBoundsIndices) {
+TEST_F(ProviderTest, EveryRecordKindReadsBackValueForValue) {
     Provider provider;
     populate(provider);
     ASSERT_EQ(provider.init(), 0);
-    EXPECT_EQ(provider.getNumOfProfiles(), 2);
+    ASSERT_EQ(provider.getNumOfProfiles(), 2);
+    for (int32_t id = 0; id < 2; ++id) {
+        SCOPED_TRACE(id);
+        const Profile expected = profileRecord(id);
+        for (Profile* profile : {provider.loadProfile(id), provider.loadDefaultProfile(id)}) {
+            ASSERT_NE(profile, nullptr);
+            EXPECT_TRUE(profile->equals(expected));
+            EXPECT_EQ(profile->getName(), expected.getName());
+            EXPECT_EQ(profile->isMobility(), expected.isMobility());
+            EXPECT_EQ(profile->getSelectedGeqPreset(), expected.getSelectedGeqPreset());
+            EXPECT_FALSE(profile->isDirty());
+        }
+        EXPECT_TRUE(provider.loadGeqPreset(id)->equals(geqRecord(id)));
+        EXPECT_TRUE(provider.loadDefaultGeqPreset(id)->equals(geqRecord(id)));
+        for (int e = 0; e < static_cast<int>(kEndpointCount); ++e) {
+            EXPECT_TRUE(provider.loadProfileEndpoint(id, static_cast<Endpoint>(e))->equals(endpointRecord(id, e)));
+        }
+        ASSERT_EQ(provider.loadDefaultProfileEndpoints(id).size(), kEndpointCount);
+        for (ProfileEndpoint* endpoint : provider.loadDefaultProfileEndpoints(id)) {
+            EXPECT_TRUE(endpoint->equals(endpointRecord(id, endpoint->getEndpoint())));
+        }
+    }
+    for (int type = PRESET_DETAILED; type <= PRESET_WARM; ++type) {
+        IeqPreset* preset = provider.loadIeqPreset(static_cast<PresetType>(type));
+        ASSERT_NE(preset, nullptr);
+        EXPECT_EQ(preset->getType(), type);
+        EXPECT_TRUE(preset->ParameterValues::equals(ieqRecord(type))) << "with ieq_id " << type;
+    }
+    EXPECT_EQ(provider.loadIeqPreset(static_cast<PresetType>(4)), nullptr);
+    // IEQ types are stored as decimal numbers.
+    DatabaseHelper db("zel_sqlite3.db");
+    EXPECT_EQ(rowsOf(db, "SELECT preset_type FROM ieq_presets ORDER BY preset_type", 1),
+              (std::vector<std::vector<std::string>>{{"1"}, {"2"}, {"3"}}));
+    EXPECT_EQ(rowsOf(db, "SELECT DISTINCT selected_ieq_preset_type FROM profile_endpoints", 1),
+              (std::vector<std::vector<std::string>>{{"2"}}));
+
+    provider.loadDeviceTuningsForPort(PORT_INTERNAL_SPEAKER);
+    Tuning* speaker = provider.loadTuningForDevice("default_internal_speaker");
+    ASSERT_NE(speaker, nullptr);
+    EXPECT_TRUE(speaker->equals(speakerTuning()));
+    EXPECT_EQ(speaker->getEndpoint(), ENDPOINT_SPEAKER);
+    EXPECT_FALSE(speaker->isMono());
+
     EXPECT_EQ(provider.loadProfile(2), nullptr);
     EXPECT_EQ(provider.loadDefaultGeqPreset(-1), nullptr);
     EXPECT_EQ(provider.loadProfileEndpoint(0, static_cast<Endpoint>(3)), nullptr);
-    EXPECT_EQ(provider.loadProfileEndpoints(1).size(), kEndpointCount);
-}
-
-TEST_F(ProviderTest, NumberingGapsAreReported) {
-    Provider provider;
-    populate(provider);
-    Profile stray(5, "stray", false);
-    provider.create(&stray);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(provider.init(), 0);
-    const std::string log = testing::internal::GetCapturedStderr();
-    EXPECT_NE(log.find("profile_id \"5\" is outside 0 to 2"), std::string::npos) << log;
-}
-
-TEST_F(ProviderTest, DefaultAndCustomRecordsAreSeparate) {
-    Provider provider;
-    populate(provider);
-    ASSERT_EQ(provider.init(), 0);
-    Profile* custom = provider.loadProfile(1);
-    Profile* factory = provider.loadDefaultProfile(1);
-    ASSERT_NE(custom, factory);
-    EXPECT_EQ(custom->getName(), "profile1");
-    EXPECT_FALSE(custom->isDirty());
-
-    ProfileEndpoint* working = provider.loadProfileEndpoint(1, ENDPOINT_HEADPHONE);
-    working->set(volume_leveler_amount, {7});
-    for (ProfileEndpoint* endpoint : provider.loadDefaultProfileEndpoints(1)) {
-        EXPECT_NE(endpoint, working);
-    }
-    EXPECT_EQ(valuesOf(working, volume_leveler_amount), Values{7}) << "defaults must not overwrite";
-    EXPECT_TRUE(provider.loadGeqPreset(0) != provider.loadDefaultGeqPreset(0));
 }
 
 TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
@@ -131,6 +140,10 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
     profile->set(reverb_suppression_amount, {55});
     endpoint->setSelectedIeqPreset(PRESET_WARM);
     geq->set(geq_gain, {-6, 6});
+    // Loading the factory records must not overwrite the working ones.
+    provider.loadDefaultProfile(0);
+    provider.loadDefaultProfileEndpoints(0);
+    provider.loadDefaultGeqPreset(0);
     EXPECT_TRUE(provider.save(profile));
     EXPECT_TRUE(provider.save(endpoint));
     EXPECT_TRUE(provider.save(geq));
@@ -142,22 +155,19 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
         EXPECT_EQ(valuesOf(reopened.loadProfile(0), reverb_suppression_amount), Values{55});
         EXPECT_EQ(reopened.loadProfileEndpoint(0, ENDPOINT_SPEAKER)->getSelectedIeqPreset(), PRESET_WARM);
         EXPECT_EQ(valuesOf(reopened.loadGeqPreset(0), geq_gain), (Values{-6, 6}));
-        EXPECT_NE(valuesOf(reopened.loadDefaultProfile(0), reverb_suppression_amount), Values{55});
-        EXPECT_EQ(reopened.loadDefaultProfileEndpoints(0).size(), kEndpointCount);
-        EXPECT_NE(valuesOf(reopened.loadDefaultGeqPreset(0), geq_gain), (Values{-6, 6}));
+        EXPECT_TRUE(reopened.loadDefaultProfile(0)->equals(profileRecord(0)));
+        EXPECT_TRUE(reopened.loadDefaultGeqPreset(0)->equals(geqRecord(0)));
+        for (ProfileEndpoint* factory : reopened.loadDefaultProfileEndpoints(0)) {
+            EXPECT_EQ(factory->getSelectedIeqPreset(), PRESET_BALANCED);
+        }
     }
 
     EXPECT_EQ(provider.reset(profile), profile);
     provider.reset(endpoint);
     provider.reset(geq);
-    EXPECT_TRUE(profile->equals(*provider.loadDefaultProfile(0)));
-    for (ProfileEndpoint* factory : provider.loadDefaultProfileEndpoints(0)) {
-        if (factory->getEndpoint() == ENDPOINT_SPEAKER) {
-            EXPECT_TRUE(endpoint->equals(*factory));
-        }
-    }
-    EXPECT_EQ(endpoint->getSelectedIeqPreset(), PRESET_BALANCED);
-    EXPECT_TRUE(geq->equals(*provider.loadDefaultGeqPreset(0)));
+    EXPECT_TRUE(profile->equals(profileRecord(0)));
+    EXPECT_TRUE(endpoint->equals(endpointRecord(0, ENDPOINT_SPEAKER)));
+    EXPECT_TRUE(geq->equals(geqRecord(0)));
     EXPECT_EQ((std::vector<int64_t>{profile->getId(), endpoint->getId(), geq->getId()}),
               (std::vector<int64_t>(std::begin(ids), std::end(ids))))
             << "a reset record still stands for its custom row";
@@ -165,23 +175,7 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
     EXPECT_TRUE(provider.loadProfile(0)->equals(*provider.loadDefaultProfile(0)));
 }
 
-TEST_F(ProviderTest, IeqPresetsAndSelectionsRoundTripThroughTheNumber) {
-    Provider provider;
-    populate(provider);
-    ASSERT_EQ(provider.init(), 0);
-    for (int type = PRESET_DETAILED; type <= PRESET_WARM; ++type) {
-        IeqPreset* preset = provider.loadIeqPreset(static_cast<PresetType>(type));
-        ASSERT_NE(preset, nullptr);
-        EXPECT_EQ(preset->getType(), type);
-        EXPECT_EQ(valuesOf(preset, ieq_target), Values{type * 100});
-        EXPECT_EQ(valuesOf(preset, ieq_id), Values{type});
-    }
-    EXPECT_EQ(provider.loadIeqPreset(static_cast<PresetType>(4)), nullptr);
-    EXPECT_EQ(provider.loadProfileEndpoint(1, ENDPOINT_OTHER)->getSelectedIeqPreset(), PRESET_BALANCED);
-    EXPECT_EQ(provider.loadDefaultProfileEndpoints(1).size(), kEndpointCount);
-}
-
-TEST_F(ProviderTest, DevicesNamingOneTuningShareOneObject) {
+TEST_F(ProviderTest, DevicesNamingOneTuningShareOneObjectAndOnlyExistingTuningsAreCached) {
     Provider provider;
     populate(provider);
     EXPECT_EQ(provider.loadTuningForDevice("default_headphone"), nullptr) << "port not cached yet";
@@ -196,20 +190,15 @@ TEST_F(ProviderTest, DevicesNamingOneTuningShareOneObject) {
     EXPECT_TRUE(headphone->isMono());
     EXPECT_EQ(provider.loadTuningForDevice("default_bluetooth"), headphone);
     EXPECT_EQ(provider.loadTuningForDevice("nowhere"), nullptr);
-}
 
-TEST_F(ProviderTest, MissingTuningRowIsNotCached) {
-    Provider provider;
-    populate(provider);
     DeviceTuning dangling("tv", "hdmi", "tv_tuning");
     provider.create(&dangling, Provider::kOemName);
-    provider.loadDeviceTuningsForPort(PORT_HDMI);
+    provider.reloadCachedDeviceTunings();
     EXPECT_EQ(provider.loadTuningForDevice("tv"), nullptr);
     Tuning tv("tv_tuning", ENDPOINT_OTHER, false);
     provider.create(&tv, Provider::kOemName);
-    Tuning* loaded = provider.loadTuningForDevice("tv");
-    ASSERT_NE(loaded, nullptr);
-    EXPECT_EQ(loaded->getEndpoint(), ENDPOINT_OTHER);
+    ASSERT_NE(provider.loadTuningForDevice("tv"), nullptr);
+    EXPECT_EQ(provider.loadTuningForDevice("tv")->getEndpoint(), ENDPOINT_OTHER);
 }
 
 TEST_F(ProviderTest, ReloadRefreshesCachedRecordsInPlace) {
@@ -246,25 +235,6 @@ TEST_F(ProviderTest, ReloadRefreshesCachedRecordsInPlace) {
     provider.reloadCachedDeviceTunings();
     EXPECT_EQ(tvTuning->getName(), "tv_tuning");
     EXPECT_EQ(provider.loadTuningForDevice("tv"), nullptr);
-}
-
-TEST(ProviderClosedTest, NullHandleAnswersNeutrally) {
-    TempRoot root;  // no data directory
-    Provider provider;
-    provider.initDatabase();
-    provider.setDefaultXmlSignature("1");
-    provider.setTevOn(true);
-    EXPECT_EQ(provider.getSelectedProfile(), -1);
-    EXPECT_FALSE(provider.isTevOn());
-    EXPECT_EQ(provider.getDefaultXmlSignature(), "");
-    EXPECT_EQ(provider.init(), -19);
-    EXPECT_TRUE(provider.loadDeviceTuningsForPort(PORT_HDMI).empty());
-    EXPECT_EQ(provider.loadTuningForDevice("default_hdmi"), nullptr);
-    EXPECT_NE(provider.loadIeqPreset(PRESET_OFF), nullptr);
-    Profile profile(0, "p", false);
-    EXPECT_FALSE(provider.save(&profile));
-    EXPECT_EQ(provider.reset(&profile), &profile);
-    EXPECT_FALSE(provider.save(static_cast<GeqPreset*>(nullptr)));
 }
 
 }  // namespace

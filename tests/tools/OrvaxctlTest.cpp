@@ -13,6 +13,7 @@
 namespace orvan {
 namespace {
 
+using test::readFile;
 using test::sourcePath;
 using test::TempRoot;
 
@@ -21,13 +22,6 @@ struct ToolRun {
     std::string out;
     std::string err;
 };
-
-std::string readAll(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> result;
@@ -47,7 +41,7 @@ ToolRun orvaxctl(const TempRoot& root, const std::vector<std::string>& args) {
     const std::string out = root.path() + "/.out";
     const std::string err = root.path() + "/.err";
     const int status = std::system((command + " >'" + out + "' 2>'" + err + "'").c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readAll(out), readAll(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(out), readFile(err)};
 }
 
 class OrvaxctlTest : public ::testing::Test {
@@ -178,7 +172,7 @@ TEST(OrvaxctlCheckTest, ReportsTheLineOfWhatIsBroken) {
         {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>",
          true, "output-mode"},
     };
-    const std::string bundled = readAll(sourcePath("data/zel-default.xml"));
+    const std::string bundled = readFile(sourcePath("data/zel-default.xml"));
     const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
     for (const BrokenFile& broken : cases) {
         TempRoot root;
