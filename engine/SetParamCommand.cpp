@@ -2,6 +2,7 @@
 
 #include "engine/SetParamCommand.h"
 
+#include <algorithm>
 #include <limits>
 
 #include <log/log.h>
@@ -47,7 +48,11 @@ void SetParamCommand::appendEntry(TevParameter parameter, const int32_t* first,
         }
         count += list->size();
     }
-    mBuffer.reserve(mBuffer.size() + 3 + count);
+    // Grown geometrically: reserving the exact size would copy the whole
+    // command on every entry of a full refresh.
+    if (mBuffer.capacity() < mBuffer.size() + 3 + count) {
+        mBuffer.reserve(std::max(2 * mBuffer.capacity(), mBuffer.size() + 3 + count));
+    }
     mBuffer.push_back(mDeviceId);
     mBuffer.push_back(tevParameterId(parameter));
     mBuffer.push_back(static_cast<int32_t>(count));

@@ -1,5 +1,7 @@
 #include "model/ParameterValues.h"
 
+#include <utility>
+
 namespace orvan {
 
 void ParameterValues::set(Parameter p, const Values& values) {
@@ -10,15 +12,32 @@ void ParameterValues::set(Parameter p, const Values& values) {
     mDirty = true;
 }
 
+void ParameterValues::set(Parameter p, Values&& values) {
+    Values& slot = mValues[p];
+    if (&slot != &values) {
+        slot = std::move(values);
+    }
+    mDirty = true;
+}
+
 bool ParameterValues::checkAndUpdate(Parameter p, const Values& values) {
+    // The engine sets merge every value of a record on each change, and nearly
+    // all of them are held already and equal: that case needs one lookup only.
+    auto slot = mValues.find(p);
+    if (slot != mValues.end() && slot->second == values) {
+        return false;
+    }
     if (getValidParams().count(p) == 0) {
         return false;
     }
-    const Values current = mValues[p];
-    if (current == values) {
-        return false;
+    if (slot == mValues.end()) {
+        slot = mValues.emplace(p, Values()).first;
+        if (values.empty()) {
+            return false;
+        }
     }
-    set(p, values);
+    slot->second = values;
+    mDirty = true;
     return true;
 }
 

@@ -27,6 +27,7 @@ public:
 
     // Replaces the values of `p` whatever the valid set says; always dirties.
     void set(Parameter p, const Values& values);
+    void set(Parameter p, Values&& values);
     // Stores `values` only for a valid parameter whose values differ; returns
     // whether anything changed. A valid absent parameter is inserted empty first.
     bool checkAndUpdate(Parameter p, const Values& values);

@@ -52,12 +52,16 @@ void AxContextManager::init() {
     }
     mProvider = std::make_unique<Provider>();
     const bool rebuilt = initDatabase(*mProvider, file, false);
+    // From here the start only reads, and the load looks up every profile's
+    // and every device's rows: see Provider::holdTableRows. A rebuild's writes end the hold.
+    mProvider->holdTableRows();
     int result = mProvider->init();
     if (result != 0 && !rebuilt) {
         // A database that holds no profile cannot serve, but the tuning files can.
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);
         if (initDatabase(*mProvider, file, true)) {
+            mProvider->holdTableRows();
             result = mProvider->init();
         }
     }
@@ -66,6 +70,7 @@ void AxContextManager::init() {
         mContext = std::make_unique<AxContext>(mProvider.get(), mObservable.get());
         mContext->load();
     }
+    mProvider->releaseTableRows();
     mParser.reset();
 }
 

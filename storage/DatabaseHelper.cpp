@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <sstream>
 
 #include <log/log.h>
 
@@ -122,16 +121,20 @@ std::string columnForKey(TableType table, const std::string& key) {
     return key;
 }
 
-// A text value ready to stand between single quotes in a statement.
+// Appends `text` ready to stand between single quotes in a statement.
+void appendSqlText(std::string* out, const std::string& text) {
+    for (char c : text) {
+        *out += c;
+        if (c == '\'') {
+            *out += '\'';
+        }
+    }
+}
+
 std::string sqlText(const std::string& text) {
     std::string out;
     out.reserve(text.size());
-    for (char c : text) {
-        out += c;
-        if (c == '\'') {
-            out += '\'';
-        }
-    }
+    appendSqlText(&out, text);
     return out;
 }
 
@@ -236,20 +239,72 @@ std::string findPartialSchema(sqlite3* db) {
     return "only " + std::to_string(tables) + " of the " + std::to_string(kTableTypeCount) + " tables";
 }
 
+// The text of a result column; "" for NULL.
+std::string cellString(sqlite3_stmt* stmt, int column) {
+    const unsigned char* text = sqlite3_column_text(stmt, column);
+    return text != nullptr ? reinterpret_cast<const char*>(text) : "";
+}
+
 bool pathExists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
+}
+
+// The cells of the statement's current row, in column order.
+void appendCells(sqlite3_stmt* stmt, int columns, std::vector<RowData>& rows) {
+    const size_t needed = rows.size() + static_cast<size_t>(columns);
+    if (rows.capacity() < needed) {
+        rows.reserve(std::max(2 * rows.capacity(), needed));
+    }
+    for (int i = 0; i < columns; ++i) {
+        RowData& cell = rows.emplace_back();
+        const char* name = sqlite3_column_name(stmt, i);
+        cell.name = name != nullptr ? name : "";
+        cell.type = sqlite3_column_type(stmt, i);
+        if (cell.type == RowData::kInteger) {
+            cell.intValue = sqlite3_column_int(stmt, i);
+        } else if (cell.type == RowData::kText) {
+            const unsigned char* text = sqlite3_column_text(stmt, i);
+            cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+        }
+    }
 }
 
 }  // namespace
 
 void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
-    std::istringstream in(text);
-    int32_t number = 0;
-    while (in >> number) {
-        values.push_back(number);
-        int next = in.peek();
-        if (next == ',' || next == ' ') {
-            in.get();
+    // Reads as `stream >> int32_t` does in the classic locale (skipped white
+    // space, an optional sign, decimal digits, nothing pushed on overflow),
+    // without a stream: the load runs this for every stored cell.
+    const char* next = text.data();
+    const char* const end = next + text.size();
+    // Room for one value per separator, so the list is not regrown per value.
+    values.reserve(values.size() + 1 + static_cast<size_t>(std::count_if(next, end, [](char c) {
+                                           return c == ',' || c == ' ';
+                                       })));
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    for (;;) {
+        while (next != end && isSpace(*next)) {
+            ++next;
+        }
+        const bool negative = next != end && *next == '-';
+        if (next != end && (*next == '-' || *next == '+')) {
+            ++next;
+        }
+        if (next == end || !isDigit(*next)) {
+            return;
+        }
+        const int64_t limit = negative ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
+        int64_t magnitude = 0;
+        for (; next != end && isDigit(*next); ++next) {
+            magnitude = magnitude * 10 + (*next - '0');
+            if (magnitude > limit) {
+                return;
+            }
+        }
+        values.push_back(static_cast<int32_t>(negative ? -magnitude : magnitude));
+        if (next != end && (*next == ',' || *next == ' ')) {
+            ++next;
         }
     }
 }
@@ -262,13 +317,19 @@ DatabaseHelper::DatabaseHelper(const std::string& fileName)
     : mFileName(fileName), mDirectory(DevicePaths::dataDirectory()) {
     for (size_t i = 0; i < kTableTypeCount; ++i) {
         mTableNames[i] = kTableNames[i];
-        std::istringstream columns(kColumns[i]);
-        std::string item;
-        while (std::getline(columns, item, ',')) {
-            std::istringstream words(item);
-            std::string name;
-            words >> name;
+        // Each ", "-separated item of the column list starts with the column's name.
+        const std::string columns = kColumns[i];
+        for (size_t start = 0; start < columns.size();) {
+            size_t end = columns.find(',', start);
+            if (end == std::string::npos) {
+                end = columns.size();
+            }
+            const size_t nameStart = columns.find_first_not_of(' ', start);
+            const size_t nameEnd = std::min(columns.find(' ', nameStart), end);
+            const std::string name = columns.substr(nameStart, nameEnd - nameStart);
+            start = end + 1;
             if (name != "_id" && name != "custom_name") {
+                mColumnIndexes[i].emplace(name, mValueColumns[i].size());
                 mValueColumns[i].push_back(name);
             }
         }
@@ -437,6 +498,8 @@ bool DatabaseHelper::commitTransaction() {
 }
 
 bool DatabaseHelper::execSQL(const std::string& sql) {
+    // Whatever the statement changes, held rows must not outlive it.
+    releaseTableRows();
     if (!mDb) {
         ALOGE("the db is not open...");
         return false;
@@ -472,6 +535,24 @@ int32_t DatabaseHelper::getRowCount(const std::string& table) {
     }
     const std::string sql = "SELECT COUNT(*) FROM " + table;
     int ret = SQLITE_OK;
+    // A rebuild counts before every insert, so the statement is kept.
+    if (const std::vector<std::string>* columns = valueColumns(table)) {
+        auto& cached = mCounts[static_cast<size_t>(columns - mValueColumns.data())];
+        if (!cached) {
+            cached.reset(prepare(mDb.get(), sql, &ret).release());
+        }
+        if (cached) {
+            int32_t count = 0;
+            while ((ret = sqlite3_step(cached.get())) == SQLITE_ROW) {
+                count = sqlite3_column_int(cached.get(), 0);
+            }
+            sqlite3_reset(cached.get());
+            if (ret == SQLITE_DONE) {
+                return count;
+            }
+            cached.reset();  // counted again below, as ever
+        }
+    }
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
         ALOGE("failed to prepare SQL: %s", sql.c_str());
@@ -501,24 +582,142 @@ void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     sqlite3_stmt* stmt = statement.get();
     const int columns = sqlite3_column_count(stmt);
     while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
-        for (int i = 0; i < columns; ++i) {
-            RowData cell;
-            const char* name = sqlite3_column_name(stmt, i);
-            cell.name = name != nullptr ? name : "";
-            cell.type = sqlite3_column_type(stmt, i);
-            if (cell.type == RowData::kInteger) {
-                cell.intValue = sqlite3_column_int(stmt, i);
-            } else if (cell.type == RowData::kText) {
-                const unsigned char* text = sqlite3_column_text(stmt, i);
-                cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
-            }
-            rows.push_back(std::move(cell));
-        }
+        appendCells(stmt, columns, rows);
     }
     if (ret != SQLITE_DONE) {
         ALOGE("Unknow error... %d", 224);
         logFailure(ret);
     }
+}
+
+void DatabaseHelper::holdTableRows() {
+    releaseTableRows();
+    if (!mDb) {
+        return;
+    }
+    // Not within a transaction of our own, whose reads are in it already.
+    if (sqlite3_get_autocommit(mDb.get()) != 0) {
+        mReadTransaction = sqlite3_exec(mDb.get(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+    // The keys of the lookups the load makes: queryProfileValue,
+    // queryEndpointValue and queryGeqValue.
+    const std::pair<TableType, std::vector<std::string>> kHeldTables[] = {
+        {PROFILE, {"profile_id", "custom_name"}},
+        {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}},
+        {GEQ_PRESET, {"profile_id", "custom_name"}},
+        {TUNING, {"name"}},
+        {DEVICE_TUNING, {"port"}},
+        {CONFIGURATION, {"key"}},
+    };
+    const std::set<TableType> own = ownTables();
+    std::map<TableType, HeldTable> held;
+    for (const auto& [type, keyColumns] : kHeldTables) {
+        if (own.count(type) == 0 || !readHeldTable(type, keyColumns, &held[type])) {
+            held.erase(type);
+        }
+    }
+    mHeld = std::move(held);
+}
+
+void DatabaseHelper::releaseTableRows() {
+    mHeld.clear();
+    if (mReadTransaction) {
+        mReadTransaction = false;
+        // Only reads ran in it; ending it cannot lose anything.
+        if (sqlite3_exec(mDb.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
+            sqlite3_get_autocommit(mDb.get()) == 0) {
+            sqlite3_exec(mDb.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        }
+    }
+}
+
+void DatabaseHelper::Finalizer::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+
+std::set<TableType> DatabaseHelper::ownTables() {
+    // Only for those does matching text in memory give
+    // what "WHERE column='value'" gives: TEXT affinity, binary collation and
+    // no index that could order the rows differently.
+    std::set<TableType> own;
+    int ret = SQLITE_OK;
+    Statement encoding = prepare(mDb.get(), "PRAGMA encoding", &ret);
+    if (ret != SQLITE_OK || !encoding || sqlite3_step(encoding.get()) != SQLITE_ROW ||
+        cellString(encoding.get(), 0) != "UTF-8") {
+        return own;
+    }
+    Statement schema = prepare(mDb.get(), "SELECT tbl_name, type, sql FROM sqlite_master", &ret);
+    if (ret != SQLITE_OK || !schema) {
+        return own;
+    }
+    std::map<std::string, int> objects;
+    std::set<std::string> asCreated;
+    while ((ret = sqlite3_step(schema.get())) == SQLITE_ROW) {
+        const std::string table = cellString(schema.get(), 0);
+        ++objects[table];
+        for (size_t i = 0; i < kTableTypeCount; ++i) {
+            if (table == mTableNames[i] && cellString(schema.get(), 1) == "table" &&
+                cellString(schema.get(), 2) == "CREATE TABLE " + table + buildColumnString(static_cast<TableType>(i))) {
+                asCreated.insert(table);
+            }
+        }
+    }
+    for (size_t i = 0; ret == SQLITE_DONE && i < kTableTypeCount; ++i) {
+        if (asCreated.count(mTableNames[i]) != 0 && objects[mTableNames[i]] == 1) {
+            own.insert(static_cast<TableType>(i));
+        }
+    }
+    return own;
+}
+
+bool DatabaseHelper::readHeldTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held) {
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), "SELECT * FROM " + getTableName(type), &ret);
+    if (ret != SQLITE_OK || !statement) {
+        return false;
+    }
+    sqlite3_stmt* stmt = statement.get();
+    const int columns = sqlite3_column_count(stmt);
+    std::vector<int> keyIndexes;
+    for (const std::string& key : keyColumns) {
+        for (int i = 0; i < columns; ++i) {
+            if (key == sqlite3_column_name(stmt, i)) {
+                keyIndexes.push_back(i);
+            }
+        }
+    }
+    if (keyIndexes.size() != keyColumns.size()) {
+        return false;
+    }
+    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+        std::vector<std::string> key;
+        for (int i : keyIndexes) {
+            if (sqlite3_column_type(stmt, i) != SQLITE_TEXT) {
+                break;  // NULL or a blob equals no text
+            }
+            key.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(stmt, i)),
+                             static_cast<size_t>(sqlite3_column_bytes(stmt, i)));
+        }
+        if (key.size() == keyIndexes.size()) {
+            appendCells(stmt, columns, (*held)[std::move(key)]);
+        }
+    }
+    return ret == SQLITE_DONE;
+}
+
+const std::vector<RowData>* DatabaseHelper::heldRows(TableType type, const std::vector<std::string>& key) const {
+    static const std::vector<RowData> kNone;
+    auto table = mHeld.find(type);
+    if (table == mHeld.end()) {
+        return nullptr;
+    }
+    for (const std::string& value : key) {
+        if (value.find('\0') != std::string::npos) {
+            return nullptr;  // SQL refuses such a statement, and says so
+        }
+    }
+    auto selected = table->second.find(key);
+    return selected != table->second.end() ? &selected->second : &kNone;
 }
 
 bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
@@ -530,46 +729,53 @@ bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::st
         return false;
     }
     const auto type = static_cast<TableType>(columns - mValueColumns.data());
+    const std::map<std::string, size_t>& columnIndexes = mColumnIndexes[type];
 
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line)) {
-        lines.push_back(line);
-    }
-
-    std::map<std::string, std::string> byColumn;
-    for (size_t i = 1; i < lines.size(); ++i) {
-        const std::string& item = lines[i];
-        size_t eq = item.find('=');
-        if (eq == std::string::npos) {
+    // The lines after the first, as getline splits them; a later line for a
+    // column wins. Read without streams: a rebuild inserts every record so.
+    std::vector<std::string> byColumn(columns->size());
+    size_t lineStart = 0;
+    for (size_t line = 0; lineStart < text.size(); ++line) {
+        size_t lineEnd = text.find('\n', lineStart);
+        if (lineEnd == std::string::npos) {
+            lineEnd = text.size();
+        }
+        const size_t begin = lineStart;
+        lineStart = lineEnd + 1;
+        if (line == 0) {
+            continue;
+        }
+        const size_t eq = text.find('=', begin);
+        if (eq == std::string::npos || eq >= lineEnd) {
             ALOGE("invalid string value");
-            ALOGE("line \"%s\" for %s has no key, dropped", item.c_str(), table.c_str());
+            ALOGE("line \"%s\" for %s has no key, dropped", text.substr(begin, lineEnd - begin).c_str(),
+                  table.c_str());
             continue;
         }
         std::string value;
-        if (eq + 1 == item.size()) {
-            ALOGE("null expetion value paramStr: %s", item.c_str());
+        if (eq + 1 == lineEnd) {
+            ALOGE("null expetion value paramStr: %s", text.substr(begin, lineEnd - begin).c_str());
         } else {
-            value = item.substr(eq + 1);
+            value = text.substr(eq + 1, lineEnd - eq - 1);
         }
-        const std::string column = columnForKey(type, item.substr(0, eq));
-        if (std::find(columns->begin(), columns->end(), column) == columns->end()) {
+        const std::string column = columnForKey(type, text.substr(begin, eq - begin));
+        auto index = columnIndexes.find(column);
+        if (index == columnIndexes.end()) {
             ALOGE("%s is no column of %s, value dropped", column.c_str(), table.c_str());
             continue;
         }
-        byColumn[column] = storedValue(value);
+        byColumn[index->second] = storedValue(std::move(value));
     }
 
     const int64_t rowId = id < 1 ? getRowCount(table) + 1 : static_cast<int32_t>(id);
-    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + "\n" + "," +
-                      "'" + sqlText(customName) + "',";
-    for (const std::string& column : *columns) {
-        auto found = byColumn.find(column);
-        sql += "'" + (found != byColumn.end() ? sqlText(found->second) : std::string()) + "',";
+    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + "\n" + "," + "'" +
+                      sqlText(customName) + "',";
+    for (const std::string& value : byColumn) {
+        sql += '\'';
+        appendSqlText(&sql, value);
+        sql += "',";
     }
     sql.back() = ')';
-
     if (!execSQL(sql)) {
         return false;
     }
@@ -722,7 +928,7 @@ bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* reco
     } else if (cell.type == RowData::kInteger) {
         values.push_back(cell.intValue);
     }
-    record->set(found->second, values);
+    record->set(found->second, std::move(values));
     return true;
 }
 
@@ -748,16 +954,20 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
         ALOGE("GeqPreset doesn't exist!");
         return false;
     }
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(GEQ_PRESET) + " WHERE profile_id=" + "'" +
-                             sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
-                             sqlText(customName) + "'");
-    for (const RowData& cell : rows) {
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = heldRows(GEQ_PRESET, {profileId, customName});
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(GEQ_PRESET) + " WHERE profile_id=" + "'" +
+                                 sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
+                                 sqlText(customName) + "'");
+        rows = &fetched;
+    }
+    for (const RowData& cell : *rows) {
         if (!setParameterCell(cell, preset) && cell.name == "_id") {
             preset->setId(cellId(cell));
         }
     }
-    return !rows.empty();
+    return !rows->empty();
 }
 
 bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
@@ -766,11 +976,15 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
         ALOGE("Profile doesn't exist!");
         return false;
     }
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE) + " WHERE profile_id=" + "'" +
-                             sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
-                             sqlText(customName) + "'");
-    for (const RowData& cell : rows) {
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = heldRows(PROFILE, {profileId, customName});
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(PROFILE) + " WHERE profile_id=" + "'" +
+                                 sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
+                                 sqlText(customName) + "'");
+        rows = &fetched;
+    }
+    for (const RowData& cell : *rows) {
         if (setParameterCell(cell, profile)) {
             continue;
         }
@@ -784,7 +998,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
             profile->setSelectedGeqPreset(cellInt(cell));
         }
     }
-    return !rows.empty();
+    return !rows->empty();
 }
 
 bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
@@ -793,12 +1007,16 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
         ALOGE("Endpoint doesn't exist!");
         return false;
     }
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE profile_id=" + "'" +
-                             sqlText(profileId) + "'" + " AND " + "endpoint=" + "'" +
-                             sqlText(endpoint) + "'" + " AND " + "custom_name=" + "'" +
-                             sqlText(customName) + "'");
-    for (const RowData& cell : rows) {
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = heldRows(PROFILE_ENDPOINT, {profileId, endpoint, customName});
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE profile_id=" + "'" +
+                                 sqlText(profileId) + "'" + " AND " + "endpoint=" + "'" +
+                                 sqlText(endpoint) + "'" + " AND " + "custom_name=" + "'" +
+                                 sqlText(customName) + "'");
+        rows = &fetched;
+    }
+    for (const RowData& cell : *rows) {
         if (setParameterCell(cell, endpointRecord)) {
             continue;
         }
@@ -815,7 +1033,7 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
             }
         }
     }
-    return !rows.empty();
+    return !rows->empty();
 }
 
 bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
@@ -823,9 +1041,13 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
         ALOGE("Tuning doesn't exist!");
         return false;
     }
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(TUNING) + " WHERE name=" + "'" + sqlText(name) + "'");
-    for (const RowData& cell : rows) {
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = heldRows(TUNING, {name});
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(TUNING) + " WHERE name=" + "'" + sqlText(name) + "'");
+        rows = &fetched;
+    }
+    for (const RowData& cell : *rows) {
         if (setParameterCell(cell, tuning)) {
             continue;
         }
@@ -837,7 +1059,7 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
             tuning->setEndpoint(cellText(cell));
         }
     }
-    return !rows.empty();
+    return !rows->empty();
 }
 
 void DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
@@ -866,15 +1088,19 @@ void DatabaseHelper::queryProfileIds(TableType table, const std::string& customN
 }
 
 void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings) {
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(DEVICE_TUNING) + " WHERE port=" + "'" +
-                             sqlText(port) + "'");
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = heldRows(DEVICE_TUNING, {port});
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(DEVICE_TUNING) + " WHERE port=" + "'" +
+                                 sqlText(port) + "'");
+        rows = &fetched;
+    }
     int64_t id = -1;
     std::string device;
     std::string devicePort;
     std::string tuning;
     unsigned seen = 0;
-    for (const RowData& cell : rows) {
+    for (const RowData& cell : *rows) {
         if (cell.name == "_id") {
             id = cellId(cell);
         } else if (cell.name == "device") {
@@ -896,6 +1122,14 @@ void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<Device
 }
 
 std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
+    if (const std::vector<RowData>* held = heldRows(CONFIGURATION, {key})) {
+        for (const RowData& cell : *held) {
+            if (cell.name == "value") {
+                return cellText(cell);
+            }
+        }
+        return std::string();
+    }
     std::vector<RowData> rows;
     getAllRows(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
     return rows.empty() ? std::string() : cellText(rows.front());

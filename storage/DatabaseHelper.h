@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "model/DeviceTuning.h"
@@ -18,6 +19,7 @@
 #include "storage/TableType.h"
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace orvan {
 
@@ -72,6 +74,17 @@ public:
     int32_t getRowCount(const std::string& table);
     // Appends every cell of every row of `sql` to `rows`.
     void getAllRows(std::vector<RowData>& rows, const std::string& sql);
+
+    // While held, reads share one read transaction (instead of locking the
+    // file and checking it afresh per statement) and the lookups of profiles,
+    // profile endpoints, GEQ presets, tunings, device tunings and
+    // configuration keys (the start-up load makes ten per profile and one per
+    // device) are answered from one read of each of those tables instead of a
+    // statement each, with the same rows in the same order. Any write, and
+    // any statement run through execSQL, releases them first. A table whose
+    // schema is not exactly ours is not held, and its lookups stay SQL.
+    void holdTableRows();
+    void releaseTableRows();
 
     // Inserts the record whose text form is `text` into `table`. The values are
     // placed by column: a column the text lacks gets '', a key that is no column
@@ -142,6 +155,19 @@ private:
     // Runs `deleteSql` then `insert` inside a savepoint, so a failure keeps the old row.
     template <typename Insert>
     bool replaceRow(const std::string& deleteSql, Insert insert);
+    // The cells of a held table's rows by key (the values of the key columns,
+    // which must all be text to match), row after row in table order.
+    using HeldTable = std::map<std::vector<std::string>, std::vector<RowData>>;
+    struct Finalizer {
+        void operator()(sqlite3_stmt* statement) const;
+    };
+    // Which of the tables are exactly as init() creates them, in a UTF-8 database.
+    std::set<TableType> ownTables();
+    // False when the table cannot be read whole.
+    bool readHeldTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held);
+    // The cells of the rows of `key`; null when the lookup is not held, and
+    // the caller asks SQL.
+    const std::vector<RowData>* heldRows(TableType type, const std::vector<std::string>& key) const;
     // Applies a cell to `record` when its column is a parameter; false otherwise.
     bool setParameterCell(const RowData& cell, ParameterValues* record) const;
     // The columns of the table called `table`, without `_id` and `custom_name`;
@@ -152,8 +178,16 @@ private:
     std::string mDirectory;
     std::array<std::string, kTableTypeCount> mTableNames;
     std::array<std::vector<std::string>, kTableTypeCount> mValueColumns;
-    std::map<std::string, Parameter> mParameterNames;
+    // Where each value column is in mValueColumns.
+    std::array<std::map<std::string, size_t>, kTableTypeCount> mColumnIndexes;
+    std::unordered_map<std::string, Parameter> mParameterNames;
+    std::map<TableType, HeldTable> mHeld;
+    // Whether holdTableRows began the open read transaction.
+    bool mReadTransaction = false;
     std::unique_ptr<sqlite3, Closer> mDb;
+    // The row counts a rebuild asks before every insert; finalized before
+    // the connection closes.
+    std::array<std::unique_ptr<sqlite3_stmt, Finalizer>, kTableTypeCount> mCounts;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
 };

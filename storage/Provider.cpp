@@ -476,6 +476,14 @@ int Provider::init() {
     return 0;
 }
 
+void Provider::holdTableRows() {
+    mHelper->holdTableRows();
+}
+
+void Provider::releaseTableRows() {
+    mHelper->releaseTableRows();
+}
+
 // Profiles are addressed by index, so the default rows must number them 0 to n-1
 // and every GEQ preset must belong to one of them.
 void Provider::checkNumbering() {

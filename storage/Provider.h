@@ -105,6 +105,11 @@ public:
     // Counts the default profiles and makes their objects: 0, or -19 when the
     // database holds no default profile.
     int init();
+    // Between these, reads share one read transaction and loading the
+    // profiles and tunings reads each of their tables once (see
+    // DatabaseHelper::holdTableRows); the records come out the same.
+    void holdTableRows();
+    void releaseTableRows();
 
 private:
     // The records of one profile: factory state and the user's working state.
