@@ -131,6 +131,77 @@ TEST_F(DatabaseHelperTest, QuotesInNamesRoundTripAndChangeNoStatement) {
     EXPECT_EQ(rowsOf(mDb, "SELECT name FROM sqlite_master", 1).size(), kTableTypeCount);
 }
 
+// Everything the start-up lookups return, as text, for comparing held and SQL answers.
+std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names) {
+    std::string out;
+    for (const std::string& name : names) {
+        Profile profile(0, "", false);
+        out += std::to_string(db.queryProfileValue(name, "custom", &profile)) + profile.toString();
+        ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_OFF);
+        out += std::to_string(db.queryEndpointValue(name, "speaker", "default", &endpoint)) + endpoint.toString();
+        GeqPreset geq(0);
+        out += std::to_string(db.queryGeqValue(name, "custom", &geq)) + geq.toString();
+        Tuning tuning(name, ENDPOINT_SPEAKER, false);
+        out += std::to_string(db.queryTuning(name, &tuning)) + tuning.toString();
+        std::set<DeviceTuning*> devices;
+        db.queryDeviceTunings(name, devices);
+        std::set<std::string> deviceTexts;  // the set is ordered by address
+        for (DeviceTuning* device : devices) {
+            deviceTexts.insert(device->toString());
+            delete device;
+        }
+        for (const std::string& text : deviceTexts) {
+            out += text;
+        }
+        out += "|" + db.queryConfigurationValue(name) + "\n";
+    }
+    return out;
+}
+
+// The start-up load reads whole tables once instead of asking SQL per record:
+// the answers must not change, whatever the rows hold and wherever the rows
+// are not ours to interpret.
+TEST_F(DatabaseHelperTest, HeldTablesAnswerLookupsAsSqlDoes) {
+    const std::vector<std::string> names = {"0", "1", "it's", "absent", "", std::string("a\0b", 3)};
+    for (int i = 0; i < 2; ++i) {
+        for (const std::string& name : {std::string("0"), std::string("1"), std::string("it's")}) {
+            const int32_t profileId = name == "it's" ? 7 : std::stoi(name);
+            Profile profile(profileId, name + std::to_string(i), false);
+            fillAll(profile, i);
+            mDb.insertValue(&profile, i == 0 ? "custom" : "default", -1);
+            ProfileEndpoint endpoint(profileId, ENDPOINT_SPEAKER, PRESET_WARM);
+            fillAll(endpoint, 10 + i);
+            // Two rows for one key: both answers must take them in table order.
+            mDb.insertValue(&endpoint, "default", -1);
+            GeqPreset geq(profileId);
+            fillAll(geq, 20 + i);
+            mDb.insertValue(&geq, "custom", -1);
+            Tuning tuning(name, ENDPOINT_HEADPHONE, i == 1);
+            fillAll(tuning, 30 + i);
+            mDb.insertValue(&tuning, "default");
+            DeviceTuning device("dev" + std::to_string(i), name, "t" + std::to_string(i));
+            mDb.insertValue(&device, "default");
+            mDb.insertConfigurationValue(name, "value" + std::to_string(i));
+        }
+    }
+    const std::string bySql = lookUpAll(mDb, names);
+    ASSERT_NE(bySql.find("dev1"), std::string::npos);
+
+    mDb.holdTableRows();
+    EXPECT_EQ(lookUpAll(mDb, names), bySql);
+    // A write ends the hold: what it changed is seen at once.
+    EXPECT_TRUE(mDb.updateTuningDevice("1", "changed"));
+    EXPECT_EQ(mDb.queryConfigurationValue("1"), "changed");
+
+    // A table that is no longer as the helper made it is asked through SQL.
+    ASSERT_TRUE(mDb.execSQL("CREATE INDEX by_port ON device_tunings(port DESC, device DESC)"));
+    mDb.updateTuningDevice("1", "value1");
+    const std::string withIndex = lookUpAll(mDb, names);
+    mDb.holdTableRows();
+    EXPECT_EQ(lookUpAll(mDb, names), withIndex);
+    mDb.releaseTableRows();
+}
+
 TEST(StorageClosedTest, WithoutADataDirectoryEveryCallAnswersNeutrally) {
     TempRoot root;  // no data directory under it
     DatabaseHelper db("zel_sqlite3.db");
