@@ -720,6 +720,25 @@ const std::vector<RowData>* DatabaseHelper::heldRows(TableType type, const std::
     return selected != table->second.end() ? &selected->second : &kNone;
 }
 
+const std::vector<RowData>& DatabaseHelper::lookUp(
+    TableType type, const std::vector<std::pair<const char*, std::string>>& where, std::vector<RowData>& fetched) {
+    std::vector<std::string> key;
+    for (const auto& condition : where) {
+        key.push_back(condition.second);
+    }
+    if (const std::vector<RowData>* held = heldRows(type, key)) {
+        return *held;
+    }
+    std::string sql = "SELECT * FROM " + getTableName(type);
+    const char* joiner = " WHERE ";
+    for (const auto& [column, value] : where) {
+        sql += joiner + std::string(column) + "=" + "'" + sqlText(value) + "'";
+        joiner = " AND ";
+    }
+    getAllRows(fetched, sql);
+    return fetched;
+}
+
 bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
                                           const std::string& text, const std::string& customName,
                                           int64_t id) {
@@ -955,19 +974,14 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
         return false;
     }
     std::vector<RowData> fetched;
-    const std::vector<RowData>* rows = heldRows(GEQ_PRESET, {profileId, customName});
-    if (rows == nullptr) {
-        getAllRows(fetched, "SELECT * FROM " + getTableName(GEQ_PRESET) + " WHERE profile_id=" + "'" +
-                                 sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
-                                 sqlText(customName) + "'");
-        rows = &fetched;
-    }
-    for (const RowData& cell : *rows) {
+    const std::vector<RowData>& rows =
+        lookUp(GEQ_PRESET, {{"profile_id", profileId}, {"custom_name", customName}}, fetched);
+    for (const RowData& cell : rows) {
         if (!setParameterCell(cell, preset) && cell.name == "_id") {
             preset->setId(cellId(cell));
         }
     }
-    return !rows->empty();
+    return !rows.empty();
 }
 
 bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
@@ -977,14 +991,9 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
         return false;
     }
     std::vector<RowData> fetched;
-    const std::vector<RowData>* rows = heldRows(PROFILE, {profileId, customName});
-    if (rows == nullptr) {
-        getAllRows(fetched, "SELECT * FROM " + getTableName(PROFILE) + " WHERE profile_id=" + "'" +
-                                 sqlText(profileId) + "'" + " AND " + "custom_name=" + "'" +
-                                 sqlText(customName) + "'");
-        rows = &fetched;
-    }
-    for (const RowData& cell : *rows) {
+    const std::vector<RowData>& rows =
+        lookUp(PROFILE, {{"profile_id", profileId}, {"custom_name", customName}}, fetched);
+    for (const RowData& cell : rows) {
         if (setParameterCell(cell, profile)) {
             continue;
         }
@@ -998,7 +1007,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
             profile->setSelectedGeqPreset(cellInt(cell));
         }
     }
-    return !rows->empty();
+    return !rows.empty();
 }
 
 bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
@@ -1008,15 +1017,9 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
         return false;
     }
     std::vector<RowData> fetched;
-    const std::vector<RowData>* rows = heldRows(PROFILE_ENDPOINT, {profileId, endpoint, customName});
-    if (rows == nullptr) {
-        getAllRows(fetched, "SELECT * FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE profile_id=" + "'" +
-                                 sqlText(profileId) + "'" + " AND " + "endpoint=" + "'" +
-                                 sqlText(endpoint) + "'" + " AND " + "custom_name=" + "'" +
-                                 sqlText(customName) + "'");
-        rows = &fetched;
-    }
-    for (const RowData& cell : *rows) {
+    const std::vector<RowData>& rows = lookUp(
+        PROFILE_ENDPOINT, {{"profile_id", profileId}, {"endpoint", endpoint}, {"custom_name", customName}}, fetched);
+    for (const RowData& cell : rows) {
         if (setParameterCell(cell, endpointRecord)) {
             continue;
         }
@@ -1033,7 +1036,7 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
             }
         }
     }
-    return !rows->empty();
+    return !rows.empty();
 }
 
 bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
@@ -1042,12 +1045,8 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
         return false;
     }
     std::vector<RowData> fetched;
-    const std::vector<RowData>* rows = heldRows(TUNING, {name});
-    if (rows == nullptr) {
-        getAllRows(fetched, "SELECT * FROM " + getTableName(TUNING) + " WHERE name=" + "'" + sqlText(name) + "'");
-        rows = &fetched;
-    }
-    for (const RowData& cell : *rows) {
+    const std::vector<RowData>& rows = lookUp(TUNING, {{"name", name}}, fetched);
+    for (const RowData& cell : rows) {
         if (setParameterCell(cell, tuning)) {
             continue;
         }
@@ -1059,7 +1058,7 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
             tuning->setEndpoint(cellText(cell));
         }
     }
-    return !rows->empty();
+    return !rows.empty();
 }
 
 void DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
@@ -1089,18 +1088,13 @@ void DatabaseHelper::queryProfileIds(TableType table, const std::string& customN
 
 void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings) {
     std::vector<RowData> fetched;
-    const std::vector<RowData>* rows = heldRows(DEVICE_TUNING, {port});
-    if (rows == nullptr) {
-        getAllRows(fetched, "SELECT * FROM " + getTableName(DEVICE_TUNING) + " WHERE port=" + "'" +
-                                 sqlText(port) + "'");
-        rows = &fetched;
-    }
+    const std::vector<RowData>& rows = lookUp(DEVICE_TUNING, {{"port", port}}, fetched);
     int64_t id = -1;
     std::string device;
     std::string devicePort;
     std::string tuning;
     unsigned seen = 0;
-    for (const RowData& cell : *rows) {
+    for (const RowData& cell : rows) {
         if (cell.name == "_id") {
             id = cellId(cell);
         } else if (cell.name == "device") {

@@ -168,6 +168,10 @@ private:
     // The cells of the rows of `key`; null when the lookup is not held, and
     // the caller asks SQL.
     const std::vector<RowData>* heldRows(TableType type, const std::vector<std::string>& key) const;
+    // The rows whose `where` columns hold the given values: the held ones, or
+    // those of "SELECT * FROM table WHERE column='value' AND ..." kept in `fetched`.
+    const std::vector<RowData>& lookUp(TableType type, const std::vector<std::pair<const char*, std::string>>& where,
+                                       std::vector<RowData>& fetched);
     // Applies a cell to `record` when its column is a parameter; false otherwise.
     bool setParameterCell(const RowData& cell, ParameterValues* record) const;
     // The columns of the table called `table`, without `_id` and `custom_name`;
