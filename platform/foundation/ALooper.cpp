@@ -152,13 +152,19 @@ status_t ALooper::stop() {
 }
 
 status_t ALooper::post(const sp<AMessage>& msg) {
+    bool queued = false;
     {
         std::lock_guard<std::mutex> lock(mLock);
         if (mState != State::kStopped) {
             mQueue.push_back(msg);
-            mQueueChanged.notify_one();
-            return OK;
+            queued = true;
         }
+    }
+    if (queued) {
+        // Woken after the lock is released, the looper thread does not wake
+        // only to wait for the lock again.
+        mQueueChanged.notify_one();
+        return OK;
     }
     ALOGW("looper '%s' is stopped: dropping message 0x%x", getName(), msg->what());
     return INVALID_OPERATION;
