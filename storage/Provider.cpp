@@ -144,6 +144,9 @@ Profile* Provider::loadProfileRecord(int index, const char* customName, bool isD
     Profile* record = isDefault ? profile->defaultProfile.get() : profile->customProfile.get();
     if (mHelper->queryProfileValue(std::to_string(index), customName, record)) {
         record->setDirty(false);
+    } else if (!isDefault) {
+        ALOGW("No %s row for profile %d: its factory values stand in until the next save", customName, index);
+        reset(record);
     } else {
         ALOGW("No %s row for profile %d", customName, index);
     }
@@ -172,6 +175,10 @@ ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool
                                         : profile->customEndpoints[endpoint].get();
     if (mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record)) {
         record->setDirty(false);
+    } else if (!isDefault) {
+        ALOGW("No %s row for profile %d endpoint %s: its factory values stand in until the next save", customName,
+              index, endpointName(endpoint));
+        reset(record);
     } else {
         ALOGW("No %s row for profile %d endpoint %s", customName, index, endpointName(endpoint));
     }
@@ -432,6 +439,10 @@ GeqPreset* Provider::loadGeqRecord(int index, bool isDefault) {
     GeqPreset* record = isDefault ? profile->defaultGeq.get() : profile->customGeq.get();
     if (mHelper->queryGeqValue(std::to_string(index), customName, record)) {
         record->setDirty(false);
+    } else if (!isDefault) {
+        ALOGW("No %s GEQ preset row for profile %d: its factory values stand in until the next save", customName,
+              index);
+        reset(record);
     } else {
         ALOGW("No %s GEQ preset row for profile %d", customName, index);
     }

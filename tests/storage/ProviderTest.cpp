@@ -237,5 +237,43 @@ TEST_F(ProviderTest, ReloadRefreshesCachedRecordsInPlace) {
     EXPECT_EQ(provider.loadTuningForDevice("tv"), nullptr);
 }
 
+// A working row lost from the database (a damaged file repaired by hand, an
+// interrupted tool) must not reach the engine as empty values.
+TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSave) {
+    {
+        Provider provider;
+        populate(provider);
+    }
+    DatabaseHelper db(Provider::kDatabaseFile);
+    for (const char* table : {"profiles", "profile_endpoints", "geq_presets"}) {
+        ASSERT_TRUE(db.execSQL(std::string("DELETE FROM ") + table + " WHERE custom_name='custom' AND profile_id='1'"));
+    }
+    const auto customRows = [&db] {
+        return rowsOf(db, "SELECT COUNT(*) FROM profiles WHERE custom_name='custom'", 1).at(0).at(0) + "/" +
+               rowsOf(db, "SELECT COUNT(*) FROM profile_endpoints WHERE custom_name='custom'", 1).at(0).at(0) + "/" +
+               rowsOf(db, "SELECT COUNT(*) FROM geq_presets WHERE custom_name='custom'", 1).at(0).at(0);
+    };
+    ASSERT_EQ(customRows(), "1/3/1");
+
+    Provider provider;
+    ASSERT_EQ(provider.init(), 0);
+    Profile* profile = provider.loadProfile(1);
+    GeqPreset* geq = provider.loadGeqPreset(1);
+    EXPECT_TRUE(profile->equals(profileRecord(1)));
+    EXPECT_TRUE(geq->equals(geqRecord(1)));
+    for (int e = 0; e < static_cast<int>(kEndpointCount); ++e) {
+        ProfileEndpoint* endpoint = provider.loadProfileEndpoint(1, static_cast<Endpoint>(e));
+        EXPECT_TRUE(endpoint->equals(endpointRecord(1, e))) << e;
+        EXPECT_EQ(endpoint->getSelectedIeqPreset(), PRESET_BALANCED) << e;
+        EXPECT_TRUE(provider.save(endpoint)) << e;
+    }
+    EXPECT_TRUE(profile->isDirty());
+    EXPECT_TRUE(provider.save(profile));
+    EXPECT_TRUE(provider.save(geq));
+    EXPECT_EQ(customRows(), "2/6/2");
+    // The factory rows are untouched.
+    EXPECT_TRUE(provider.loadDefaultProfile(1)->equals(profileRecord(1)));
+}
+
 }  // namespace
 }  // namespace orvan::test
