@@ -252,17 +252,26 @@ BENCHMARK(BM_Sets)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
-// Query event 1: a profile's parameter, answered on the caller's thread.
-void BM_GetTevParam(benchmark::State& state) {
-    BenchRoot root;
+// Installs the bundled tuning file under `root` and starts `service` on it;
+// false, with the benchmark marked as failed, when either does not work.
+bool startOnBundledFile(benchmark::State& state, BenchRoot& root, BenchService& service) {
     if (!root.isValid() || !root.installDefault(bundledTuningFile())) {
         state.SkipWithError("cannot set up the root");
-        return;
+        return false;
     }
-    BenchService service;
     service.start();
     if (!service.isLoaded()) {
         state.SkipWithError("the service does not load");
+        return false;
+    }
+    return true;
+}
+
+// Query event 1: a profile's parameter, answered on the caller's thread.
+void BM_GetTevParam(benchmark::State& state) {
+    BenchRoot root;
+    BenchService service;
+    if (!startOnBundledFile(state, root, service)) {
         return;
     }
     const std::vector<uint8_t> ask = parameterBlob(1, {kDialogEnhancerAmountId, 0});
@@ -279,18 +288,15 @@ void BM_GetTevParam(benchmark::State& state) {
 BENCHMARK(BM_GetTevParam)->MinTime(0.3);
 
 void BM_Dump(benchmark::State& state) {
-    BenchRoot root;
     const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (!root.isValid() || !root.installDefault(bundledTuningFile()) || fd < 0) {
-        state.SkipWithError("cannot set up the root");
+    if (fd < 0) {
+        state.SkipWithError("cannot open /dev/null");
         return;
     }
     {
+        BenchRoot root;
         BenchService service;
-        service.start();
-        if (!service.isLoaded()) {
-            state.SkipWithError("the service does not load");
-        } else {
+        if (startOnBundledFile(state, root, service)) {
             const Clock::time_point start = Clock::now();
             long n = 0;
             for (auto _ : state) {
