@@ -599,8 +599,8 @@ void DatabaseHelper::holdTableRows() {
     if (sqlite3_get_autocommit(mDb.get()) != 0) {
         mReadTransaction = sqlite3_exec(mDb.get(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
     }
-    // The keys of the lookups the load makes: queryProfileValue,
-    // queryEndpointValue and queryGeqValue.
+    // The keys of the start-up lookups: queryProfileValue, queryEndpointValue,
+    // queryGeqValue, queryTuning, queryDeviceTunings, queryConfigurationValue.
     const std::pair<TableType, std::vector<std::string>> kHeldTables[] = {
         {PROFILE, {"profile_id", "custom_name"}},
         {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}},
@@ -636,9 +636,9 @@ void DatabaseHelper::Finalizer::operator()(sqlite3_stmt* statement) const {
 }
 
 std::set<TableType> DatabaseHelper::ownTables() {
-    // Only for those does matching text in memory give
-    // what "WHERE column='value'" gives: TEXT affinity, binary collation and
-    // no index that could order the rows differently.
+    // Only for those does matching text in memory give what
+    // "WHERE column='value'" gives: TEXT affinity, binary collation and no
+    // index that could order the rows differently.
     std::set<TableType> own;
     int ret = SQLITE_OK;
     Statement encoding = prepare(mDb.get(), "PRAGMA encoding", &ret);
