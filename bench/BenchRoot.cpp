@@ -24,7 +24,7 @@ BenchRoot::BenchRoot() {
         return;
     }
     setenv("ORVAN_ROOT", pattern.c_str(), 1);
-    fs::create_directories(pattern + "/vendor/etc/orvan", error);
+    fs::create_directories(fs::path(DevicePaths::defaultTuningFile()).parent_path(), error);
     fs::create_directories(DevicePaths::dataDirectory(), error);
     fs::create_directories(pattern + "/scratch", error);
     mPath = error ? "" : pattern;

@@ -20,7 +20,6 @@ public:
 
     // False when the directories could not be made.
     bool isValid() const { return !mPath.empty(); }
-    const std::string& path() const { return mPath; }
     // Copies `source` to the default tuning file; false when it failed.
     bool installDefault(const std::string& source) const;
     // Empties the data directory: the next start is a first start.

@@ -2,6 +2,7 @@
 
 #include <vendor/orvan/hardware/rnx/2.0/BpHwRnxCallbacks.h>
 
+#include "service/ParameterBlob.h"
 #include "storage/AxContextManager.h"
 
 namespace orvan::bench {
@@ -23,12 +24,12 @@ private:
 };
 
 std::vector<uint8_t> parameterBlob(uint8_t event, std::initializer_list<int32_t> words) {
-    std::vector<uint8_t> bytes = {0, 0, 0, event};
+    std::vector<uint8_t> bytes(4 + 4 * words.size());
+    bytes[3] = event;
+    uint32_t offset = 4;
     for (int32_t word : words) {
-        const auto value = static_cast<uint32_t>(word);
-        for (int shift = 0; shift < 32; shift += 8) {
-            bytes.push_back(static_cast<uint8_t>(value >> shift));
-        }
+        android::ParameterBlob::writeWord(bytes.data(), static_cast<uint32_t>(bytes.size()), offset, word);
+        offset += 4;
     }
     return bytes;
 }

@@ -9,7 +9,6 @@ namespace {
 
 struct Tally {
     std::mutex lock;
-    size_t lines = 0;
     std::vector<std::string> problems;
 };
 
@@ -18,10 +17,9 @@ Tally& tally() {
     return *sTally;
 }
 
-void countLine(const __android_logger_data* data, const char* message) {
+void takeLine(const __android_logger_data* data, const char* message) {
     Tally& t = tally();
     std::lock_guard<std::mutex> guard(t.lock);
-    ++t.lines;
     if (data->priority >= ANDROID_LOG_WARN) {
         t.problems.push_back(std::string(data->tag != nullptr ? data->tag : "") + ": " + message);
     }
@@ -30,20 +28,13 @@ void countLine(const __android_logger_data* data, const char* message) {
 }  // namespace
 
 void LogTally::install() {
-    __android_log_set_logger(countLine);
+    __android_log_set_logger(takeLine);
 }
 
 void LogTally::clear() {
     Tally& t = tally();
     std::lock_guard<std::mutex> guard(t.lock);
-    t.lines = 0;
     t.problems.clear();
-}
-
-size_t LogTally::lineCount() {
-    Tally& t = tally();
-    std::lock_guard<std::mutex> guard(t.lock);
-    return t.lines;
 }
 
 std::vector<std::string> LogTally::problems() {

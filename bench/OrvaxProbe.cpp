@@ -244,24 +244,17 @@ int main(int argc, char** argv) {
     if (argc < 2) {
         return usage();
     }
-    const std::string command = argv[1];
-    if (command == "generate") {
-        return runGenerate(argc, argv);
-    }
-    if (command == "check") {
-        return runCheck(argc, argv);
-    }
-    if (command == "coldstart") {
-        return runColdStart(argc, argv);
-    }
-    if (command == "warmstart") {
-        return runWarmStart(argc, argv);
-    }
-    if (command == "serviceset") {
-        return runServiceSet(argc, argv);
-    }
-    if (command == "change") {
-        return runChange(argc, argv);
+    const struct {
+        const char* name;
+        int (*run)(int argc, char** argv);
+    } kCommands[] = {
+        {"generate", runGenerate},   {"check", runCheck},           {"coldstart", runColdStart},
+        {"warmstart", runWarmStart}, {"serviceset", runServiceSet}, {"change", runChange},
+    };
+    for (const auto& command : kCommands) {
+        if (std::strcmp(argv[1], command.name) == 0) {
+            return command.run(argc, argv);
+        }
     }
     return usage();
 }

@@ -6,6 +6,8 @@
 
 #include <memory>
 
+#include "storage/DatabaseHelper.h"
+
 namespace orvan::bench {
 namespace {
 
@@ -13,11 +15,6 @@ struct DatabaseCloser {
     void operator()(sqlite3* db) const { sqlite3_close_v2(db); }
 };
 using Database = std::unique_ptr<sqlite3, DatabaseCloser>;
-
-struct StatementFinalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
 Database open(const std::string& path, int flags) {
     sqlite3* raw = nullptr;

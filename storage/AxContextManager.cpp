@@ -53,7 +53,8 @@ void AxContextManager::init() {
     mProvider = std::make_unique<Provider>();
     const bool rebuilt = initDatabase(*mProvider, file, false);
     // From here the start only reads, and the load looks up every profile's
-    // and every device's rows: see Provider::holdTableRows. A rebuild's writes end the hold.
+    // and every device's rows: see Provider::holdTableRows. A rebuild's
+    // writes end the hold.
     mProvider->holdTableRows();
     int result = mProvider->init();
     if (result != 0 && !rebuilt) {

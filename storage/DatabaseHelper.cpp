@@ -18,12 +18,12 @@
 #include "storage/Provider.h"
 
 namespace orvan {
-namespace {
 
-struct StatementFinalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+void StatementFinalizer::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+
+namespace {
 
 Statement prepare(sqlite3* db, const std::string& sql, int* result) {
     sqlite3_stmt* raw = nullptr;
@@ -539,7 +539,7 @@ int32_t DatabaseHelper::getRowCount(const std::string& table) {
     if (const std::vector<std::string>* columns = valueColumns(table)) {
         auto& cached = mCounts[static_cast<size_t>(columns - mValueColumns.data())];
         if (!cached) {
-            cached.reset(prepare(mDb.get(), sql, &ret).release());
+            cached = prepare(mDb.get(), sql, &ret);
         }
         if (cached) {
             int32_t count = 0;
@@ -631,10 +631,6 @@ void DatabaseHelper::releaseTableRows() {
     }
 }
 
-void DatabaseHelper::Finalizer::operator()(sqlite3_stmt* statement) const {
-    sqlite3_finalize(statement);
-}
-
 std::set<TableType> DatabaseHelper::ownTables() {
     // Only for those does matching text in memory give what
     // "WHERE column='value'" gives: TEXT affinity, binary collation and no
@@ -705,28 +701,26 @@ bool DatabaseHelper::readHeldTable(TableType type, const std::vector<std::string
     return ret == SQLITE_DONE;
 }
 
-const std::vector<RowData>* DatabaseHelper::heldRows(TableType type, const std::vector<std::string>& key) const {
+const std::vector<RowData>* DatabaseHelper::heldRows(TableType type, const Where& where) const {
     static const std::vector<RowData> kNone;
     auto table = mHeld.find(type);
     if (table == mHeld.end()) {
         return nullptr;
     }
-    for (const std::string& value : key) {
-        if (value.find('\0') != std::string::npos) {
+    std::vector<std::string> key;
+    for (const auto& condition : where) {
+        if (condition.second.find('\0') != std::string::npos) {
             return nullptr;  // SQL refuses such a statement, and says so
         }
+        key.push_back(condition.second);
     }
     auto selected = table->second.find(key);
     return selected != table->second.end() ? &selected->second : &kNone;
 }
 
-const std::vector<RowData>& DatabaseHelper::lookUp(
-    TableType type, const std::vector<std::pair<const char*, std::string>>& where, std::vector<RowData>& fetched) {
-    std::vector<std::string> key;
-    for (const auto& condition : where) {
-        key.push_back(condition.second);
-    }
-    if (const std::vector<RowData>* held = heldRows(type, key)) {
+const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& where,
+                                                   std::vector<RowData>& fetched) {
+    if (const std::vector<RowData>* held = heldRows(type, where)) {
         return *held;
     }
     std::string sql = "SELECT * FROM " + getTableName(type);
@@ -1116,7 +1110,7 @@ void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<Device
 }
 
 std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
-    if (const std::vector<RowData>* held = heldRows(CONFIGURATION, {key})) {
+    if (const std::vector<RowData>* held = heldRows(CONFIGURATION, {{"key", key}})) {
         for (const RowData& cell : *held) {
             if (cell.name == "value") {
                 return cellText(cell);

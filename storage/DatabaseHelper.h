@@ -23,6 +23,12 @@ struct sqlite3_stmt;
 
 namespace orvan {
 
+// A prepared statement, finalized when it goes out of scope.
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const;
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
 // Parses the stored text of a value list ("1,2,3", "7 8"): reads signed decimal
 // numbers, each optionally followed by one "," or " ", and stops silently at the
 // first text that is no number. Appends to `values`.
@@ -158,20 +164,19 @@ private:
     // The cells of a held table's rows by key (the values of the key columns,
     // which must all be text to match), row after row in table order.
     using HeldTable = std::map<std::vector<std::string>, std::vector<RowData>>;
-    struct Finalizer {
-        void operator()(sqlite3_stmt* statement) const;
-    };
+    // Column conditions of a lookup: "column='value' AND ...".
+    using Where = std::vector<std::pair<const char*, std::string>>;
     // Which of the tables are exactly as init() creates them, in a UTF-8 database.
     std::set<TableType> ownTables();
     // False when the table cannot be read whole.
     bool readHeldTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held);
-    // The cells of the rows of `key`; null when the lookup is not held, and
+    // The cells of the held rows that `where` selects (its columns are the
+    // table's key columns, in order); null when the table is not held, and
     // the caller asks SQL.
-    const std::vector<RowData>* heldRows(TableType type, const std::vector<std::string>& key) const;
-    // The rows whose `where` columns hold the given values: the held ones, or
-    // those of "SELECT * FROM table WHERE column='value' AND ..." kept in `fetched`.
-    const std::vector<RowData>& lookUp(TableType type, const std::vector<std::pair<const char*, std::string>>& where,
-                                       std::vector<RowData>& fetched);
+    const std::vector<RowData>* heldRows(TableType type, const Where& where) const;
+    // The rows `where` selects: the held ones, or those of
+    // "SELECT * FROM table WHERE column='value' AND ..." kept in `fetched`.
+    const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched);
     // Applies a cell to `record` when its column is a parameter; false otherwise.
     bool setParameterCell(const RowData& cell, ParameterValues* record) const;
     // The columns of the table called `table`, without `_id` and `custom_name`;
@@ -191,7 +196,7 @@ private:
     std::unique_ptr<sqlite3, Closer> mDb;
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.
-    std::array<std::unique_ptr<sqlite3_stmt, Finalizer>, kTableTypeCount> mCounts;
+    std::array<Statement, kTableTypeCount> mCounts;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
 };

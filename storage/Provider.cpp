@@ -136,20 +136,26 @@ Provider::ProfileRecords* Provider::records(int index, const char* caller) {
     return mProfiles[index].get();
 }
 
+template <typename Record>
+void Provider::settleLoaded(Record* record, bool found, bool isDefault, const std::string& row) {
+    if (found) {
+        record->setDirty(false);
+    } else if (isDefault) {
+        ALOGW("No %s %s", kDefaultName, row.c_str());
+    } else {
+        ALOGW("No %s %s: its factory values stand in until the next save", kCustomName, row.c_str());
+        reset(record);
+    }
+}
+
 Profile* Provider::loadProfileRecord(int index, const char* customName, bool isDefault) {
     ProfileRecords* profile = records(index, isDefault ? "loadDefaultProfile" : "loadProfile");
     if (profile == nullptr) {
         return nullptr;
     }
     Profile* record = isDefault ? profile->defaultProfile.get() : profile->customProfile.get();
-    if (mHelper->queryProfileValue(std::to_string(index), customName, record)) {
-        record->setDirty(false);
-    } else if (!isDefault) {
-        ALOGW("No %s row for profile %d: its factory values stand in until the next save", customName, index);
-        reset(record);
-    } else {
-        ALOGW("No %s row for profile %d", customName, index);
-    }
+    settleLoaded(record, mHelper->queryProfileValue(std::to_string(index), customName, record), isDefault,
+                 "row for profile " + std::to_string(index));
     return record;
 }
 
@@ -173,15 +179,9 @@ ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool
     }
     ProfileEndpoint* record = isDefault ? profile->defaultEndpoints[endpoint].get()
                                         : profile->customEndpoints[endpoint].get();
-    if (mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record)) {
-        record->setDirty(false);
-    } else if (!isDefault) {
-        ALOGW("No %s row for profile %d endpoint %s: its factory values stand in until the next save", customName,
-              index, endpointName(endpoint));
-        reset(record);
-    } else {
-        ALOGW("No %s row for profile %d endpoint %s", customName, index, endpointName(endpoint));
-    }
+    settleLoaded(record,
+                 mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record),
+                 isDefault, "row for profile " + std::to_string(index) + " endpoint " + endpointName(endpoint));
     return record;
 }
 
@@ -437,15 +437,8 @@ GeqPreset* Provider::loadGeqRecord(int index, bool isDefault) {
         return nullptr;
     }
     GeqPreset* record = isDefault ? profile->defaultGeq.get() : profile->customGeq.get();
-    if (mHelper->queryGeqValue(std::to_string(index), customName, record)) {
-        record->setDirty(false);
-    } else if (!isDefault) {
-        ALOGW("No %s GEQ preset row for profile %d: its factory values stand in until the next save", customName,
-              index);
-        reset(record);
-    } else {
-        ALOGW("No %s GEQ preset row for profile %d", customName, index);
-    }
+    settleLoaded(record, mHelper->queryGeqValue(std::to_string(index), customName, record), isDefault,
+                 "GEQ preset row for profile " + std::to_string(index));
     return record;
 }
 

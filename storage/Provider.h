@@ -127,6 +127,11 @@ private:
     ProfileEndpoint* loadEndpointRecord(int index, Endpoint endpoint, bool isDefault);
     std::set<ProfileEndpoint*> loadEndpointRecords(int index, bool isDefault);
     GeqPreset* loadGeqRecord(int index, bool isDefault);
+    // After the lookup of `record`'s row (`row` names it in the log): a found
+    // row leaves the record clean; a missing "custom" row gives way to the
+    // factory values, left dirty so that the next save writes the row again.
+    template <typename Record>
+    void settleLoaded(Record* record, bool found, bool isDefault, const std::string& row);
     void checkNumbering();
     DeviceTuning* findCachedDevice(const std::string& deviceName) const;
     Tuning* findCachedTuning(const std::string& name) const;
