@@ -18,12 +18,8 @@
 namespace orvan::test {
 
 // One context event as a listener saw it.
-struct Event {
-    std::string kind;
-    int port = -1;
-    const void* record = nullptr;
-    int value = -1;  // the on state, or the type of an IEQ curve
-};
+// `value`: the on state, or the type of an IEQ curve.
+struct Event { std::string kind; int port = -1; const void* record = nullptr; int value = -1; };
 
 // Records every event. Each callback also reads the context, which would
 // deadlock if the context notified while holding its lock.
@@ -116,11 +112,7 @@ protected:
 
 // An extra tuning file of the given format version holding `tunings`, each
 // given as its name, endpoint and the (device, port) pairs bound to it.
-struct OemTuning {
-    std::string name;
-    std::string endpoint;
-    std::vector<std::pair<std::string, std::string>> devices;
-};
+struct OemTuning { std::string name; std::string endpoint; std::vector<std::pair<std::string, std::string>> devices; };
 
 inline std::string oemFile(const std::string& minorVersion, const std::vector<OemTuning>& tunings) {
     std::string xml = "<?xml version=\"1.0\"?>\n<orvan_tuning>\n  <format_version major=\"1\" minor=\"" +

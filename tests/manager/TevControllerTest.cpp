@@ -45,13 +45,7 @@ protected:
 // the mono flag, on which the output mode depends besides its values; the
 // port's profile settings follow the new endpoint.
 TEST_F(TevControllerTest, ATuningChangeReachesTheEngineCompletely) {
-    struct Step {
-        Port port;
-        const char* device;
-        AndroidDevice output;
-        Values dom;
-        Values dea;
-    };
+    struct Step { Port port; const char* device; AndroidDevice output; Values dom; Values dea; };
     const Step steps[] = {
         {PORT_INTERNAL_SPEAKER, "mono_speaker", DEVICE_SPEAKER, {0, 0, 1, 8192, 8192, 8192, 8192}, {5}},
         {PORT_INTERNAL_SPEAKER, "default_internal_speaker", DEVICE_SPEAKER, {1, 0, 0, 16384, 0, 0, 16384},

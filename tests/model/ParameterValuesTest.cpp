@@ -1,24 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <set>
 
 #include "model/DeviceData.h"
 
 namespace orvan {
 namespace {
-
-// Each parameter is stored in exactly one table, so it must belong to exactly one record kind.
-TEST(ParameterTest, ValidSetsPartitionAllParameters) {
-    std::set<Parameter> all;
-    for (const ParameterSet* set : {&Tuning::kValidParams, &IeqPreset::kValidParams, &GeqPreset::kValidParams,
-                                    &Profile::kValidParams, &ProfileEndpoint::kValidParams}) {
-        for (Parameter p : *set) {
-            EXPECT_TRUE(all.insert(p).second) << kParameterNames[p] << " is in two sets";
-        }
-    }
-    EXPECT_EQ(all.size(), kParameterCount);
-}
 
 TEST(ParameterValuesTest, CheckAndUpdateDirtiesOnlyOnARealChangeOfAValidParameter) {
     using Stored = std::optional<Values>;

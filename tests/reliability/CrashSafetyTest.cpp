@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <random>
@@ -22,16 +23,11 @@ constexpr int kKillsInsideATransaction = 20;
 constexpr int kMaxRuns = 1000;
 
 // Runs `prepare` and then `operation` in a child and kills it with SIGKILL
-// `delay` after the operation began. The window of a run without a kill, and
-// whether a kill landed before the operation ended, come from the child's two
-// marks on a pipe.
-struct KillResult {
-    bool finishedFirst = false;
-    Micros took{0};
-};
-
-KillResult killDuring(const std::function<void()>& prepare, const std::function<void()>& operation,
-                      std::optional<Micros> delay) {
+// `delay` after the operation began, or once it ended. Returns how long the
+// operation ran, or -1 us when the kill landed before it ended: the child
+// marks both on a pipe.
+Micros killDuring(const std::function<void()>& prepare, const std::function<void()>& operation,
+                  std::optional<Micros> delay) {
     std::cout.flush();
     fflush(nullptr);
     int fds[2];
@@ -40,20 +36,17 @@ KillResult killDuring(const std::function<void()>& prepare, const std::function<
     if (pid == 0) {
         close(fds[0]);
         prepare();
-        const char begin = 'b';
-        const char end = 'e';
-        if (write(fds[1], &begin, 1) != 1) {
+        if (write(fds[1], "b", 1) != 1) {
             _exit(2);
         }
         operation();
-        if (write(fds[1], &end, 1) != 1) {
+        if (write(fds[1], "e", 1) != 1) {
             _exit(2);
         }
         pause();
         _exit(0);
     }
     close(fds[1]);
-    KillResult result;
     char mark = 0;
     EXPECT_EQ(1, read(fds[0], &mark, 1));
     const Clock::time_point began = Clock::now();
@@ -61,15 +54,15 @@ KillResult killDuring(const std::function<void()>& prepare, const std::function<
         std::this_thread::sleep_for(*delay);
     } else {
         EXPECT_EQ(1, read(fds[0], &mark, 1));
-        result.took = std::chrono::duration_cast<Micros>(Clock::now() - began);
     }
+    const Micros took = std::chrono::duration_cast<Micros>(Clock::now() - began);
     kill(pid, SIGKILL);
     int status = 0;
     waitpid(pid, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the child ended before the kill";
-    result.finishedFirst = !delay || read(fds[0], &mark, 1) == 1;
+    const bool ended = !delay || read(fds[0], &mark, 1) == 1;
     close(fds[0]);
-    return result;
+    return ended ? took : Micros(-1);
 }
 
 // `state` without its "oem" tunings and device tunings, and those rows.
@@ -78,11 +71,7 @@ std::pair<DatabaseState, DatabaseState> splitOem(const DatabaseState& state) {
     for (const auto& [table, rows] : state) {
         for (const std::string& row : rows) {
             const bool oem = (table == "tunings" || table == "device_tunings") && firstCell(row) == "oem";
-            if (oem) {
-                split.second[table].insert(row);
-            } else {
-                split.first[table].insert(row);
-            }
+            (oem ? split.second : split.first)[table].insert(row);
         }
     }
     return split;
@@ -90,13 +79,11 @@ std::pair<DatabaseState, DatabaseState> splitOem(const DatabaseState& state) {
 
 DatabaseState withSignature(DatabaseState state, const std::string& signature) {
     std::multiset<std::string>& rows = state["configuration"];
-    for (auto it = rows.begin(); it != rows.end(); ++it) {
-        if (firstCell(*it) == Provider::kSignature) {
-            const std::string row = std::string(Provider::kSignature) + "|" + signature;
-            rows.erase(it);
-            rows.insert(row);
-            break;
-        }
+    const auto old = std::find_if(rows.begin(), rows.end(),
+                                  [](const std::string& row) { return firstCell(row) == Provider::kSignature; });
+    if (old != rows.end()) {
+        rows.erase(old);
+        rows.insert(std::string(Provider::kSignature) + "|" + signature);
     }
     return state;
 }
@@ -145,8 +132,27 @@ protected:
         return !missing && size > 0;
     }
 
-    Micros randomDelay(Micros window) {
-        return Micros(std::uniform_int_distribution<long>(0, window.count())(mRandom));
+    // Runs `prepare` and `operation` in children killed at a random point of
+    // the operation's window until enough kills landed, enough of them inside
+    // the transaction. `arm(run)` sets run `run` up after the user's settings
+    // are saved and returns the check of what the killed child left.
+    void killRepeatedly(const std::function<void()>& prepare, const std::function<void()>& operation,
+                        const std::function<std::function<void()>(int)>& arm) {
+        const Micros window = killDuring(prepare, operation, std::nullopt);
+        int killed = 0, midTransaction = 0, run = 2;
+        for (; (killed < kKills || midTransaction < kKillsInsideATransaction) && run < kMaxRuns; ++run) {
+            saveSettings(run);
+            const std::function<void()> check = arm(run);
+            const Micros delay(std::uniform_int_distribution<long>(0, window.count())(mRandom));
+            killed += killDuring(prepare, operation, delay) < Micros(0) ? 1 : 0;
+            midTransaction += interruptedTransaction() ? 1 : 0;
+            check();
+            if (HasFatalFailure()) {
+                return;
+            }
+        }
+        EXPECT_GE(killed, kKills) << "kills inside a " << window.count() << " us operation in " << run << " runs";
+        EXPECT_GE(midTransaction, kKillsInsideATransaction);
     }
 
     unsigned mSeed = 0;
@@ -161,39 +167,22 @@ TEST_F(CrashSafetyTest, AKilledRebuildLeavesTheOldOrTheNewDatabase) {
     start().release();
     const DatabaseState factory = readState(database());
     ASSERT_EQ(7u, factory.size());
-    auto startAgain = [] { startService(); };
-
     setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + 1);
-    const Micros window = killDuring([] {}, startAgain, std::nullopt).took;
-    ASSERT_NE(nullptr, restart());
-
-    int killed = 0;
-    int midTransaction = 0;
-    int run = 2;
-    for (; (killed < kKills || midTransaction < kKillsInsideATransaction) && run < kMaxRuns; ++run) {
-        saveSettings(run);
+    killRepeatedly([] {}, [] { startService(); }, [&](int run) -> std::function<void()> {
         const DatabaseState before = readState(database());
-        const std::string signature = std::to_string(kFactoryTime + run);
+        const DatabaseState rebuilt = withSignature(factory, std::to_string(kFactoryTime + run));
         setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + run);
-
-        killed += killDuring([] {}, startAgain, randomDelay(window)).finishedFirst ? 0 : 1;
-        midTransaction += interruptedTransaction() ? 1 : 0;
-        const DatabaseState after = readState(database());
-        const DatabaseState rebuilt = withSignature(factory, signature);
-        ASSERT_TRUE(after == before || after == rebuilt)
-                << "run " << run << ", seed " << mSeed << ": neither the old nor the new database";
-
-        AxContext* context = restart();
-        ASSERT_NE(nullptr, context);
-        EXPECT_EQ(0, context->getSelectedProfile());
-        AxContextManager::getInstance().release();
-        ASSERT_TRUE(rebuilt == readState(database())) << "run " << run << ": the restart did not rebuild";
-    }
-    EXPECT_GE(killed, kKills) << "kills inside a " << window.count() << " us rebuild in " << run << " runs";
-    EXPECT_GE(midTransaction, kKillsInsideATransaction);
-    RecordProperty("kills", killed);
-    RecordProperty("runs", run - 2);
-    RecordProperty("inside_a_transaction", midTransaction);
+        return [this, before, rebuilt, run] {
+            const DatabaseState after = readState(database());
+            ASSERT_TRUE(after == before || after == rebuilt)
+                    << "run " << run << ", seed " << mSeed << ": neither the old nor the new database";
+            AxContext* context = restart();
+            ASSERT_NE(nullptr, context);
+            EXPECT_EQ(0, context->getSelectedProfile());
+            AxContextManager::getInstance().release();
+            ASSERT_TRUE(rebuilt == readState(database())) << "run " << run << ": the restart did not rebuild";
+        };
+    });
 }
 
 // An OEM merge killed anywhere leaves the earlier OEM rows or the new ones,
@@ -203,13 +192,6 @@ TEST_F(CrashSafetyTest, AKilledOemMergeLeavesTheOldOrTheNewRowsAndTheSettings) {
                                              {"oem_alt_headset", "headphone",
                                               {{"oem_alt_buds", "headphone"}, {"oem_alt_dock", "usb"}}}});
     const std::string extras[2] = {readFile(sourcePath("data/zel-extra.xml")), other};
-    static OrvanManagerService* service = nullptr;
-    auto prepare = [] { service = startService(); };
-    auto merge = [] {
-        service->setIntParam('RLTF', 0);
-        service->waitForEvents();
-    };
-
     // The OEM rows each file leaves after a complete merge.
     DatabaseState oemRows[2];
     for (int i : {1, 0}) {
@@ -221,35 +203,28 @@ TEST_F(CrashSafetyTest, AKilledOemMergeLeavesTheOldOrTheNewRowsAndTheSettings) {
     }
     ASSERT_FALSE(oemRows[0] == oemRows[1]);
     writeTo(DevicePaths::extraTuningFile(), extras[1], kFactoryTime);
-    const Micros window = killDuring(prepare, merge, std::nullopt).took;
 
-    int killed = 0;
-    int midTransaction = 0;
-    int run = 2;
-    for (; (killed < kKills || midTransaction < kKillsInsideATransaction) && run < kMaxRuns; ++run) {
-        saveSettings(run);
-        const auto [settings, oldOem] = splitOem(readState(database()));
-        const DatabaseState& newOem = oemRows[run % 2];
+    static OrvanManagerService* service = nullptr;
+    const auto merge = [] {
+        service->setIntParam('RLTF', 0);
+        service->waitForEvents();
+    };
+    killRepeatedly([] { service = startService(); }, merge, [&](int run) -> std::function<void()> {
+        const std::pair<DatabaseState, DatabaseState> before = splitOem(readState(database()));
+        const DatabaseState newOem = oemRows[run % 2];
         writeTo(DevicePaths::extraTuningFile(), extras[run % 2], kFactoryTime);
-
-        killed += killDuring(prepare, merge, randomDelay(window)).finishedFirst ? 0 : 1;
-        midTransaction += interruptedTransaction() ? 1 : 0;
-        const auto [settingsAfter, oemAfter] = splitOem(readState(database()));
-        ASSERT_TRUE(settings == settingsAfter) << "run " << run << ", seed " << mSeed << ": settings changed";
-        ASSERT_TRUE(oemAfter == oldOem || oemAfter == newOem)
-                << "run " << run << ", seed " << mSeed << ": a half merge";
-
-        AxContext* context = restart();
-        ASSERT_NE(nullptr, context);
-        EXPECT_EQ(1 + run % 4, context->getSelectedProfile());
-        EXPECT_EQ(Values{run}, context->getProfileParameter(2, ENDPOINT_HEADPHONE, volume_leveler_amount));
-        AxContextManager::getInstance().release();
-    }
-    EXPECT_GE(killed, kKills) << "kills inside a " << window.count() << " us merge in " << run << " runs";
-    EXPECT_GE(midTransaction, kKillsInsideATransaction);
-    RecordProperty("kills", killed);
-    RecordProperty("runs", run - 2);
-    RecordProperty("inside_a_transaction", midTransaction);
+        return [this, before, newOem, run] {
+            const std::pair<DatabaseState, DatabaseState> after = splitOem(readState(database()));
+            ASSERT_TRUE(before.first == after.first) << "run " << run << ", seed " << mSeed << ": settings changed";
+            ASSERT_TRUE(after.second == before.second || after.second == newOem)
+                    << "run " << run << ", seed " << mSeed << ": a half merge";
+            AxContext* context = restart();
+            ASSERT_NE(nullptr, context);
+            EXPECT_EQ(1 + run % 4, context->getSelectedProfile());
+            EXPECT_EQ(Values{run}, context->getProfileParameter(2, ENDPOINT_HEADPHONE, volume_leveler_amount));
+            AxContextManager::getInstance().release();
+        };
+    });
 }
 
 }  // namespace

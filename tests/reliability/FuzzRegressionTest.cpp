@@ -36,8 +36,7 @@ TEST_P(FuzzRegressionTest, KeptInputsRunCleanly) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Targets, FuzzRegressionTest,
-                         ::testing::Values(FuzzTarget{"tuning_file", fuzz::tuningFile},
+INSTANTIATE_TEST_SUITE_P(Targets, FuzzRegressionTest, ::testing::Values(FuzzTarget{"tuning_file", fuzz::tuningFile},
                                            FuzzTarget{"value_text", fuzz::valueText},
                                            FuzzTarget{"service_blob", fuzz::serviceBlob}),
                          [](const ::testing::TestParamInfo<FuzzTarget>& info) { return std::string(info.param.name); });

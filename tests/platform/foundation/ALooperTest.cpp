@@ -17,11 +17,7 @@ namespace {
 constexpr auto kWait = std::chrono::seconds(10);
 constexpr uint32_t kWhat = 'test';
 
-struct Received {
-    int32_t source;
-    int32_t seq;
-    std::thread::id thread;
-};
+struct Received { int32_t source; int32_t seq; std::thread::id thread; };
 
 // Records every message; a message with "block" set holds the looper until release().
 class RecordingHandler : public AHandler {
@@ -60,7 +56,6 @@ private:
 class ALooperTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        mLooper->setName("ALooperTest");
         ASSERT_GT(mLooper->registerHandler(mHandler), 0);
         ASSERT_EQ(mLooper->start(), OK);
     }
