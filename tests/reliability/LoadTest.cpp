@@ -71,7 +71,8 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         steady.push_back(new CountingClient(i == 0 ? &service : nullptr));
         proxies.push_back(new BpHwRnxCallbacks(steady.back()));
         // Concurrent first registrations: one of them loads the settings.
-        threads.emplace_back([&, i] { service.registerClient(proxies[i], 0, 100 + i); });
+        // The proxy by value: the vector may grow while the thread runs.
+        threads.emplace_back([&service, proxy = proxies.back(), i] { service.registerClient(proxy, 0, 100 + i); });
     }
     for (std::thread& t : threads) {
         t.join();
