@@ -640,7 +640,25 @@ bool AxContext::save() {
     for (auto& context : mContexts) {
         saved = context->save() && saved;
     }
-    return mProvider->commitTransaction() && saved;
+    return finishSaveLocked(saved);
+}
+
+bool AxContext::finishSaveLocked(bool saved) {
+    if (mProvider->commitTransaction() && saved) {
+        mLastSaveProblem.clear();
+        return true;
+    }
+    mLastSaveProblem = mProvider->getLastTransactionProblem();
+    if (mLastSaveProblem.empty()) {
+        mLastSaveProblem = "a record could not be written to the settings database";
+    }
+    ALOGE("%s(): the settings were not saved: %s", __func__, mLastSaveProblem.c_str());
+    return false;
+}
+
+std::string AxContext::getLastSaveProblem() {
+    Lock lock(mLock);
+    return mLastSaveProblem;
 }
 
 void AxContext::saveAxState() {
@@ -663,7 +681,7 @@ bool AxContext::saveAxProfileSettings() {
     for (auto& context : mContexts) {
         saved = context->save() && saved;
     }
-    return mProvider->commitTransaction() && saved;
+    return finishSaveLocked(saved);
 }
 
 }  // namespace orvan

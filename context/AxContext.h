@@ -112,6 +112,10 @@ public:
     // The on state, the selected profile and every profile's records, in one
     // transaction: false, with the earlier save kept whole, when a write failed.
     bool save();
+    // Why the last save() or saveAxProfileSettings() was rolled back, for
+    // people (the database's path and the cause: busy, read-only, full,
+    // removed); "" when it stored everything.
+    std::string getLastSaveProblem();
     void saveAxState();
     void saveAxProfile();
     bool saveAxProfileSettings();
@@ -130,6 +134,8 @@ private:
     // Returns whether the values changed.
     bool writeLocked(ParameterValues& record, Parameter parameter, const Values& values);
     bool selectIeqPreset(int id, Endpoint endpoint, const Values& values);
+    // Commits the save's transaction and keeps its outcome.
+    bool finishSaveLocked(bool saved);
 
     Provider* const mProvider;
     AxContextChangeObservable* const mObservable;
@@ -141,6 +147,7 @@ private:
     // Indexed by Port; a port without a usable device holds "" and null.
     std::array<std::string, kPortCount> mSelectedDevices;
     std::array<Tuning*, kPortCount> mSelectedTunings{};
+    std::string mLastSaveProblem;
     android::Mutex mLock;
 };
 

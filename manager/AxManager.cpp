@@ -372,4 +372,11 @@ std::string AxManager::getDefaultXmlFormatVersion() {
     return AxContextManager::getInstance().getDefaultXmlFormatVersion();
 }
 
+std::string AxManager::getStartProblem() {
+    if (!android::Singleton<AxContextManager>::hasInstance()) {
+        return "";
+    }
+    return AxContextManager::getInstance().getStartProblem();
+}
+
 }  // namespace orvan

@@ -112,6 +112,8 @@ public:
     int32_t reloadTuningXml();
     // "" when nothing is loaded.
     std::string getDefaultXmlFormatVersion();
+    // Why the settings could not be loaded; "" when they were or nothing was tried.
+    std::string getStartProblem();
 
     // Null until init() succeeded.
     AxContext* getAxContext() const { return mAxContext; }

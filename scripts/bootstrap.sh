@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config clang
-  libxml2-dev libxml2-utils libsqlite3-dev sqlite3
+  libxml2-dev libxml2-utils libsqlite3-dev sqlite3 libssl-dev
   android-libutils-dev android-liblog-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   valgrind

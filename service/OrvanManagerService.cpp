@@ -397,12 +397,38 @@ int32_t OrvanManagerService::getDefaultXmlFormatVersion() {
 }
 
 status_t OrvanManagerService::setParam(uint32_t device, int32_t id, const int32_t* values, uint32_t count) {
-    return TevParamStore::getInstance().setParam(static_cast<int32_t>(device), id, values,
-                                                 static_cast<int32_t>(count));
+    const auto signedCount = static_cast<int32_t>(count);
+    if (signedCount < 0 || (signedCount > 0 && values == nullptr)) {
+        ALOGE("%s() device %u id 0x%08x: %u values at %p refused", __func__, device, static_cast<uint32_t>(id),
+              count, static_cast<const void*>(values));
+        return BAD_VALUE;
+    }
+    std::lock_guard<std::mutex> guard(mStagingLock);
+    mStaged[{device, id}].assign(values, values + count);
+    return NO_ERROR;
 }
 
 int32_t OrvanManagerService::commitChange() {
-    return TevParamStore::getInstance().commitChange();
+    std::lock_guard<std::mutex> guard(mStagingLock);
+    TevParamStore& store = TevParamStore::getInstance();
+    // Staged and committed on this one thread, as the store wants it.
+    for (const auto& [key, values] : mStaged) {
+        store.setParam(static_cast<int32_t>(key.first), key.second, values.data(),
+                       static_cast<int32_t>(values.size()));
+    }
+    mStaged.clear();
+    return store.commitChange();
+}
+
+std::string OrvanManagerService::getStartProblem() {
+    return mManager != nullptr ? mManager->getStartProblem() : "";
+}
+
+std::string OrvanManagerService::getSaveProblem() {
+    if (!mInitialized || mManager->getAxContext() == nullptr) {
+        return "";
+    }
+    return mManager->getAxContext()->getLastSaveProblem();
 }
 
 status_t OrvanManagerService::getStoredParams(uint32_t device, TevParamCache* cache) {

@@ -2,9 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <tevparamstorage/TevParamCache.h>
 #include <utils/Errors.h>
@@ -86,7 +89,9 @@ public:
     // -22 for a version that is not three numbers up to 999.
     int32_t getDefaultXmlFormatVersion();
 
-    // The engine parameter store, unchanged.
+    // The engine parameter store. Values set here wait for commitChange(),
+    // which publishes them together whichever binder thread calls it (the
+    // store itself stages per thread).
     status_t setParam(uint32_t device, int32_t id, const int32_t* values, uint32_t count);
     int32_t commitChange();
     status_t getStoredParams(uint32_t device, TevParamCache* cache);
@@ -112,6 +117,12 @@ public:
     // Blocks until the event handler has carried out everything queued before
     // the call; false when it no longer runs. Not from a client callback.
     bool waitForEvents();
+    // Why the settings could not be loaded (the file and the cause); "" when
+    // they were, or before the first registration.
+    std::string getStartProblem();
+    // Why the last save did not store the settings (the database's path and
+    // the cause: busy, read-only, full, removed); "" when it did.
+    std::string getSaveProblem();
 
 protected:
     ~OrvanManagerService() override;
@@ -143,6 +154,9 @@ private:
     std::atomic<int64_t> mLastCodecType{-1};
     std::atomic<int64_t> mLastActiveDeviceQueryTime{-1000};
     std::atomic<int64_t> mGameClientRegistered{0};
+    // Engine parameters set by clients, until their commitChange().
+    std::mutex mStagingLock;
+    std::map<std::pair<uint32_t, int32_t>, std::vector<int32_t>> mStaged;
 };
 
 }  // namespace android

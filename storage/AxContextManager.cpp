@@ -13,6 +13,8 @@
 #include "model/DeviceData.h"
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"
+#include "storage/SettingsLock.h"
+#include "storage/TuningFileSignature.h"
 #include "tuningfile/TuningFileParser.h"
 
 ANDROID_SINGLETON_STATIC_INSTANCE(orvan::AxContextManager);
@@ -44,20 +46,37 @@ void AxContextManager::init() {
     }
     // A failed earlier attempt may have left a provider behind.
     releaseLocked();
+    mStartProblem.clear();
 
     const std::string file = DevicePaths::defaultTuningFile();
     if (!fileExists(file)) {
         ALOGE("Default XML Tuning file doesn't exist!!");
+        mStartProblem = "no default tuning file " + file;
         return;
     }
+    auto settingsLock = std::make_unique<SettingsLock>();
+    if (!settingsLock->acquire(DevicePaths::dataDirectory(), SettingsLock::kWaitLimitMs, &mStartProblem)) {
+        return;
+    }
+    mSettingsLock = std::move(settingsLock);
     mProvider = std::make_unique<Provider>();
+    if (!mProvider->getOpenProblem().empty()) {
+        mStartProblem = mProvider->getOpenProblem();
+        ALOGE("%s: the settings are not loaded", mStartProblem.c_str());
+        releaseLocked();
+        return;
+    }
     const bool rebuilt = initDatabase(*mProvider, file, false);
+    if (!mStartProblem.empty()) {
+        releaseLocked();
+        return;
+    }
     // From here the start only reads, and the load looks up every profile's
     // and every device's rows: see Provider::holdTableRows. A rebuild's
     // writes end the hold.
     mProvider->holdTableRows();
     int result = mProvider->init();
-    if (result != 0 && !rebuilt) {
+    if (result == -19 && !rebuilt) {
         // A database that holds no profile cannot serve, but the tuning files can.
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);
@@ -70,9 +89,16 @@ void AxContextManager::init() {
         mObservable = std::make_unique<AxContextChangeObservable>();
         mContext = std::make_unique<AxContext>(mProvider.get(), mObservable.get());
         mContext->load();
+    } else {
+        mStartProblem = result == -19 ? "the settings database " + DevicePaths::dataDirectory() +
+                                                Provider::kDatabaseFile + " holds no profile and " + file +
+                                                " could not be loaded into it"
+                                      : "the settings database " + DevicePaths::dataDirectory() +
+                                                Provider::kDatabaseFile + " could not be read";
     }
     mProvider->releaseTableRows();
     mParser.reset();
+    mBuilding.reset();
 }
 
 void AxContextManager::releaseLocked() {
@@ -80,7 +106,15 @@ void AxContextManager::releaseLocked() {
     mContext.reset();
     mObservable.reset();
     mParser.reset();
+    mBuilding.reset();
     mProvider.reset();
+    // Only once the connection is closed may another process take over.
+    mSettingsLock.reset();
+}
+
+std::string AxContextManager::getStartProblem() {
+    android::Mutex::Autolock lock(mLock);
+    return mStartProblem;
 }
 
 void AxContextManager::release() {
@@ -131,35 +165,62 @@ bool AxContextManager::initDatabase(Provider& provider, const std::string& file,
     return true;
 }
 
-std::string AxContextManager::getSignature(const std::string& file) {
-    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return "";
+AxContextManager::Stored AxContextManager::compareSignature(TuningFileSignature& signature, Provider& provider) {
+    std::string seconds;
+    std::string detail;
+    std::string digest;
+    if (!provider.readConfigurationValue(Provider::kSignature, &seconds) ||
+        !provider.readConfigurationValue(Provider::kSignatureDetail, &detail) ||
+        !provider.readConfigurationValue(Provider::kSignatureDigest, &digest)) {
+        return Stored::kUnreadable;
     }
-    struct stat st;
-    const int statResult = fstat(fd, &st);
-    close(fd);
-    if (statResult != 0) {
-        return "";
+    if (seconds.empty()) {
+        return Stored::kChanged;  // never built
     }
-    const std::string signature = std::to_string(static_cast<long long>(st.st_mtime));
-    ALOGD("%s(): XML file time string %s", "getSignature", signature.c_str());
-    return signature;
-}
-
-std::string AxContextManager::getChangedSignature(const std::string& file, Provider& provider) {
-    const std::string signature = getSignature(file);
-    if (signature == provider.getDefaultXmlSignature()) {
-        return "";
+    if (seconds == signature.getSeconds() && detail == signature.getDetail()) {
+        return Stored::kSame;
     }
-    return signature;
+    // A database built before digests were kept trusts the whole seconds once.
+    const bool same = digest.empty() ? seconds == signature.getSeconds() : digest == signature.getDigest();
+    if (!same) {
+        return Stored::kChanged;
+    }
+    ALOGI("The default tuning file has new file times but the same bytes: the settings are kept");
+    if (signature.getDigest().empty()) {
+        return Stored::kSame;
+    }
+    if (provider.beginTransaction()) {
+        provider.writeConfigurationValue(Provider::kSignature, signature.getSeconds());
+        provider.writeConfigurationValue(Provider::kSignatureDetail, signature.getDetail());
+        provider.writeConfigurationValue(Provider::kSignatureDigest, signature.getDigest());
+    }
+    if (!provider.commitTransaction()) {
+        ALOGW("The new file times could not be stored (%s): the next start compares the bytes again",
+              provider.getLastTransactionProblem().c_str());
+    }
+    return Stored::kSame;
 }
 
 DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider& provider,
                                                bool force) {
-    const std::string signature = force ? getSignature(file) : getChangedSignature(file, provider);
-    if (signature.empty()) {
+    auto signature = std::make_unique<TuningFileSignature>();
+    if (!signature->read(file)) {
         return nullptr;
+    }
+    if (!force) {
+        switch (compareSignature(*signature, provider)) {
+            case Stored::kSame:
+                return nullptr;
+            case Stored::kUnreadable:
+                // Busy is not changed: a rebuild now would throw away settings
+                // that may well be intact.
+                mStartProblem = "the stored signature of the settings database " + DevicePaths::dataDirectory() +
+                                Provider::kDatabaseFile + " could not be read; it is not rebuilt";
+                ALOGE("%s", mStartProblem.c_str());
+                return nullptr;
+            case Stored::kChanged:
+                break;
+        }
     }
     ALOGD("Tuning XML file has been updated");
     auto parser = std::make_unique<TuningFileParser>();
@@ -167,9 +228,13 @@ DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider
         ALOGE("XML parses error!!");
         return nullptr;
     }
+    if (signature->getDigest().empty()) {
+        return nullptr;  // read above, unreadable now: logged
+    }
     DeviceData* data = parser->getDeviceData();
-    data->setSignature(signature);
+    data->setSignature(signature->getSeconds());
     mParser = std::move(parser);
+    mBuilding = std::move(signature);
     return data;
 }
 
@@ -201,6 +266,10 @@ void AxContextManager::populateDatabase(DeviceData& data, Provider& provider) {
     }
     provider.setDefaultXmlSignature(data.getSignature());
     provider.setDefaultXmlFormatVersion(data.getFormatVersion());
+    if (mBuilding) {
+        provider.writeConfigurationValue(Provider::kSignatureDetail, mBuilding->getDetail());
+        provider.writeConfigurationValue(Provider::kSignatureDigest, mBuilding->getDigest());
+    }
 }
 
 int AxContextManager::loadOemTuningLocked(bool ownTransaction) {

@@ -3,6 +3,7 @@
 #include "storage/DatabaseHelper.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,6 +25,8 @@ void StatementFinalizer::operator()(sqlite3_stmt* statement) const {
 }
 
 namespace {
+
+using Guard = std::lock_guard<std::recursive_mutex>;
 
 Statement prepare(sqlite3* db, const std::string& sql, int* result) {
     sqlite3_stmt* raw = nullptr;
@@ -199,10 +202,16 @@ bool isDamageCode(int result) {
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
 }
 
+bool isBusyCode(int result) {
+    const int primary = result & 0xff;
+    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
+
 // What SQLite's quick check finds in an open database: "" when it is sound,
 // else a description of the damage. Only damage counts: a busy or unreadable
-// file is no reason to set the database aside.
-std::string findDamage(sqlite3* db) {
+// file is no reason to set the database aside. `busy` tells whether another
+// program held the file past the busy timeout.
+std::string findDamage(sqlite3* db, bool* busy) {
     int ret = SQLITE_OK;
     Statement check = prepare(db, "PRAGMA quick_check", &ret);
     if (ret == SQLITE_OK && check) {
@@ -213,6 +222,7 @@ std::string findDamage(sqlite3* db) {
             return verdict == "ok" ? std::string() : "quick check: " + verdict;
         }
     }
+    *busy = isBusyCode(ret);
     return isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
 }
 
@@ -338,8 +348,9 @@ DatabaseHelper::DatabaseHelper(const std::string& fileName)
     // Opening with SQLITE_OPEN_CREATE would fail later, at the first write, in an
     // unwritable directory; refuse it here so every operation sees a null handle.
     if (access(mDirectory.c_str(), W_OK | X_OK) != 0) {
-        ALOGE("data directory %s is missing or not writable (%s), database %s not opened",
-              mDirectory.c_str(), strerror(errno), getPath().c_str());
+        mOpenProblem = "data directory " + mDirectory + ": " + strerror(errno) + " (the settings database " +
+                       getPath() + " cannot be opened)";
+        ALOGE("%s", mOpenProblem.c_str());
     } else {
         open();
     }
@@ -348,33 +359,63 @@ DatabaseHelper::DatabaseHelper(const std::string& fileName)
 
 DatabaseHelper::~DatabaseHelper() = default;
 
-sqlite3* DatabaseHelper::openFile(const std::string& path) {
+sqlite3* DatabaseHelper::openFile(const std::string& path, std::string* problem) {
+    // SQLite's own message for a directory, a symlink loop or a file it may
+    // not write says only that it cannot open "the database file".
+    struct stat info {};
+    const bool exists = stat(path.c_str(), &info) == 0;
+    if (!exists && errno != ENOENT) {
+        *problem = "settings database " + path + ": " + strerror(errno);
+    } else if (exists && !S_ISREG(info.st_mode)) {
+        *problem = "settings database " + path + " is no regular file" +
+                   (S_ISDIR(info.st_mode) ? " but a directory" : "");
+    } else if (exists && access(path.c_str(), R_OK | W_OK) != 0) {
+        *problem = "settings database " + path + ": " + strerror(errno);
+    }
+    if (!problem->empty()) {
+        ALOGE("%s", problem->c_str());
+        return nullptr;
+    }
     sqlite3* raw = nullptr;
     int ret = sqlite3_open_v2(path.c_str(), &raw,
                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
                               nullptr);
     if (ret != SQLITE_OK) {
-        ALOGE("failed to open database %s: %s", path.c_str(), sqlite3_errstr(ret));
+        const int error = raw != nullptr ? sqlite3_system_errno(raw) : 0;
+        *problem = "cannot open the settings database " + path + ": " +
+                   (error != 0 ? strerror(error) : sqlite3_errstr(ret));
+        ALOGE("%s", problem->c_str());
         sqlite3_close_v2(raw);
         return nullptr;
     }
     if (sqlite3_db_readonly(raw, "main") == 1) {
-        ALOGE("database %s is read-only, not used", path.c_str());
+        *problem = "settings database " + path + " is read-only";
+        ALOGE("%s, not used", problem->c_str());
         sqlite3_close_v2(raw);
         return nullptr;
     }
-    // Other connections (tools, a second process) may hold the file briefly.
-    sqlite3_busy_timeout(raw, 2000);
+    // Other connections (tools, the sqlite3 shell) may hold the file for a while.
+    sqlite3_busy_timeout(raw, kBusyTimeoutMs);
     return raw;
 }
 
 void DatabaseHelper::open() {
     const std::string path = getPath();
-    sqlite3* raw = openFile(path);
+    sqlite3* raw = openFile(path, &mOpenProblem);
     if (raw == nullptr) {
         return;
     }
-    std::string damage = findDamage(raw);
+    bool busy = false;
+    std::string damage = findDamage(raw, &busy);
+    if (busy) {
+        // Nothing read now can be trusted to tell an unchanged database from
+        // a changed one: the start must not go on over it.
+        mOpenProblem = "settings database " + path + " is busy: another program has held it for more than " +
+                       std::to_string(kBusyTimeoutMs / 1000) + " s";
+        ALOGE("%s", mOpenProblem.c_str());
+        sqlite3_close_v2(raw);
+        return;
+    }
     if (damage.empty()) {
         damage = findPartialSchema(raw);
     }
@@ -385,13 +426,13 @@ void DatabaseHelper::open() {
     sqlite3_close_v2(raw);
     const std::string aside = setAside(path);
     if (aside.empty()) {
-        ALOGE("settings database %s is damaged (%s) and cannot be moved aside: not used", path.c_str(),
-              damage.c_str());
+        mOpenProblem = "settings database " + path + " is damaged (" + damage + ") and cannot be moved aside";
+        ALOGE("%s: not used", mOpenProblem.c_str());
         return;
     }
     ALOGE("settings database %s is damaged (%s): moved to %s, a new one is built from the tuning files",
           path.c_str(), damage.c_str(), aside.c_str());
-    mDb.reset(openFile(path));
+    mDb.reset(openFile(path, &mOpenProblem));
 }
 
 std::string DatabaseHelper::setAside(const std::string& path) {
@@ -415,7 +456,48 @@ std::string DatabaseHelper::setAside(const std::string& path) {
     return target;
 }
 
-void DatabaseHelper::logFailure(int result) const {
+void DatabaseHelper::failTransaction(int result) {
+    if (mInTransaction && !mTransactionFailed) {
+        mTransactionFailed = true;
+        mTransactionError = result;
+    }
+}
+
+int DatabaseHelper::getLastTransactionError() const {
+    Guard guard(mLock);
+    return mLastTransactionError;
+}
+
+std::string DatabaseHelper::describeError(int code) const {
+    const std::string path = getPath();
+    if (code == SQLITE_READONLY_DBMOVED) {
+        return "the settings database " + path + " was removed or moved while in use";
+    }
+    switch (code & 0xff) {
+        case SQLITE_OK:
+            return "";
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return "the settings database " + path + " is busy: another program held it for more than " +
+                   std::to_string(kBusyTimeoutMs / 1000) + " s";
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return "the settings database " + path + " is read-only";
+        case SQLITE_FULL:
+            return "the disk of the settings database " + path + " is full";
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return "the settings database " + path + " is damaged";
+        default:
+            break;
+    }
+    const int error = mDb ? sqlite3_system_errno(mDb.get()) : 0;
+    return "the settings database " + path + " could not be written: " + sqlite3_errstr(code) +
+           (error != 0 ? std::string(" (") + strerror(error) + ")" : "");
+}
+
+void DatabaseHelper::logFailure(int result) {
+    failTransaction(result);
     ALOGE("SQLite error %d: %s", result, mDb ? sqlite3_errmsg(mDb.get()) : sqlite3_errstr(result));
     if (isDamageCode(result)) {
         ALOGE("the settings database %s is damaged; it is moved aside at the next start",
@@ -464,6 +546,7 @@ std::string DatabaseHelper::buildColumnString(TableType type) {
 }
 
 void DatabaseHelper::clear() {
+    Guard guard(mLock);
     for (TableType type : {IEQ_PRESET, GEQ_PRESET, PROFILE, PROFILE_ENDPOINT, TUNING, DEVICE_TUNING,
                            CONFIGURATION}) {
         execSQL("DROP TABLE IF EXISTS " + getTableName(type));
@@ -471,33 +554,54 @@ void DatabaseHelper::clear() {
 }
 
 bool DatabaseHelper::beginTransaction() {
-    const bool begun = execSQL("BEGIN EXCLUSIVE");
+    // Held until commitTransaction(): no other thread's statement may land
+    // inside this transaction.
+    mLock.lock();
+    if (mInTransaction) {
+        // SQLite does not nest them either: the outer one fails as a whole.
+        ALOGE("%s(): a transaction is open already; the outer one is rolled back", __func__);
+        ++mNestedBegins;
+        failTransaction(SQLITE_MISUSE);
+        return false;
+    }
+    mInTransaction = true;
+    mTransactionFailed = false;
+    mTransactionError = SQLITE_OK;
     // Without the transaction, the statements meant for it would each stand
     // alone: a crash among them would leave half a change. They are refused.
-    mInTransaction = true;
-    mTransactionFailed = !begun;
-    return begun;
+    return execSQL("BEGIN EXCLUSIVE");
 }
 
 bool DatabaseHelper::commitTransaction() {
+    Guard guard(mLock);
     if (!mInTransaction) {
         return execSQL("COMMIT");
     }
-    const bool failed = mTransactionFailed;
+    // The hold that beginTransaction() took ends with this call.
+    std::unique_lock<std::recursive_mutex> begun(mLock, std::adopt_lock);
+    if (mNestedBegins > 0) {
+        --mNestedBegins;
+        return false;
+    }
+    bool committed = !mTransactionFailed && execSQL("COMMIT");
+    if (!committed) {
+        failTransaction(mTransactionError != SQLITE_OK ? mTransactionError : SQLITE_ERROR);
+        ALOGE("a statement of the transaction failed (%s): it is rolled back and the stored state kept",
+              describeError(mTransactionError).c_str());
+        // SQLite may have rolled back already (a full disk, an I/O error).
+        if (mDb && sqlite3_get_autocommit(mDb.get()) == 0) {
+            mInTransaction = false;
+            execSQL("ROLLBACK");
+        }
+    }
+    mLastTransactionError = committed ? SQLITE_OK : mTransactionError;
     mInTransaction = false;
     mTransactionFailed = false;
-    if (!failed && execSQL("COMMIT")) {
-        return true;
-    }
-    ALOGE("a statement of the transaction failed: it is rolled back and the stored state kept");
-    // SQLite may have rolled back already (a full disk, an I/O error).
-    if (mDb && sqlite3_get_autocommit(mDb.get()) == 0) {
-        execSQL("ROLLBACK");
-    }
-    return false;
+    return committed;
 }
 
 bool DatabaseHelper::execSQL(const std::string& sql) {
+    Guard guard(mLock);
     // Whatever the statement changes, held rows must not outlive it.
     releaseTableRows();
     if (!mDb) {
@@ -505,30 +609,31 @@ bool DatabaseHelper::execSQL(const std::string& sql) {
         return false;
     }
     if (mInTransaction && mTransactionFailed) {
-        ALOGE("not run, the transaction has failed already: %s", sql.c_str());
+        // The failure that ended the transaction was logged, and its rollback is.
+        ALOGD("not run, the transaction has failed already: %s", sql.c_str());
         return false;
     }
     int ret = SQLITE_OK;
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
         ALOGD("failed to prepare SQL : %s", sql.c_str());
-        if (isDamageCode(ret)) {
+        if (isDamageCode(ret) || isBusyCode(ret)) {
             logFailure(ret);
         }
-        mTransactionFailed = mInTransaction;
+        failTransaction(ret);
         return false;
     }
     ret = sqlite3_step(statement.get());
     if (ret != SQLITE_DONE) {
         ALOGE("failed to exec SQL: %s", sql.c_str());
         logFailure(ret);
-        mTransactionFailed = mInTransaction;
         return false;
     }
     return true;
 }
 
 int32_t DatabaseHelper::getRowCount(const std::string& table) {
+    Guard guard(mLock);
     if (!mDb) {
         ALOGE("the db is not open...");
         return 0;
@@ -565,19 +670,21 @@ int32_t DatabaseHelper::getRowCount(const std::string& table) {
     return count;
 }
 
-void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& sql) {
+bool DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& sql) {
+    Guard guard(mLock);
     if (!mDb) {
         ALOGE("the database is not connected");
-        return;
+        return false;
     }
     int ret = SQLITE_OK;
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
         ALOGE("failed to prepare sql command: %s, ret = %d, line %d", sql.c_str(), ret, 196);
-        if (isDamageCode(ret)) {
+        if (isDamageCode(ret) || isBusyCode(ret)) {
             logFailure(ret);
         }
-        return;
+        // A table or column that is not there (a database never built) holds no rows.
+        return (ret & 0xff) == SQLITE_ERROR;
     }
     sqlite3_stmt* stmt = statement.get();
     const int columns = sqlite3_column_count(stmt);
@@ -587,14 +694,20 @@ void DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     if (ret != SQLITE_DONE) {
         ALOGE("Unknow error... %d", 224);
         logFailure(ret);
+        return false;
     }
+    return true;
 }
 
 void DatabaseHelper::holdTableRows() {
+    Guard guard(mLock);
     releaseTableRows();
     if (!mDb) {
         return;
     }
+    // The held rows stand for the file only while no other thread writes.
+    mLock.lock();
+    mHoldLocked = true;
     // Not within a transaction of our own, whose reads are in it already.
     if (sqlite3_get_autocommit(mDb.get()) != 0) {
         mReadTransaction = sqlite3_exec(mDb.get(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
@@ -620,6 +733,11 @@ void DatabaseHelper::holdTableRows() {
 }
 
 void DatabaseHelper::releaseTableRows() {
+    Guard guard(mLock);
+    if (mHoldLocked) {
+        mHoldLocked = false;
+        mLock.unlock();
+    }
     mHeld.clear();
     if (mReadTransaction) {
         mReadTransaction = false;
@@ -736,6 +854,7 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
 bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
                                           const std::string& text, const std::string& customName,
                                           int64_t id) {
+    Guard guard(mLock);
     const std::vector<std::string>* columns = valueColumns(table);
     if (columns == nullptr) {
         ALOGE("no table %s to insert into", table.c_str());
@@ -849,6 +968,7 @@ bool DatabaseHelper::insertValue(DeviceTuning* deviceTuning, const std::string& 
 }
 
 bool DatabaseHelper::insertConfigurationValue(const std::string& key, const std::string& value) {
+    Guard guard(mLock);
     if (!mDb) {
         ALOGE("db is not connected");
         return false;
@@ -874,6 +994,7 @@ bool DatabaseHelper::clearOemDeviceTunings() {
 
 template <typename Insert>
 bool DatabaseHelper::replaceRow(const std::string& deleteSql, Insert insert) {
+    Guard guard(mLock);
     if (!execSQL("SAVEPOINT replace_row")) {
         return false;
     }
@@ -947,6 +1068,7 @@ bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* reco
 
 bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::string& customName,
                                    IeqPreset* preset) {
+    Guard guard(mLock);
     if (preset == nullptr) {
         ALOGE("IeqPreset doesn't exist!");
         return false;
@@ -963,6 +1085,7 @@ bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::str
 
 bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::string& customName,
                                    GeqPreset* preset) {
+    Guard guard(mLock);
     if (preset == nullptr) {
         ALOGE("GeqPreset doesn't exist!");
         return false;
@@ -980,6 +1103,7 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
 
 bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
                                        Profile* profile) {
+    Guard guard(mLock);
     if (profile == nullptr) {
         ALOGE("Profile doesn't exist!");
         return false;
@@ -1006,6 +1130,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
 
 bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
                                         const std::string& customName, ProfileEndpoint* endpointRecord) {
+    Guard guard(mLock);
     if (endpointRecord == nullptr) {
         ALOGE("Endpoint doesn't exist!");
         return false;
@@ -1034,6 +1159,7 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
 }
 
 bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
+    Guard guard(mLock);
     if (tuning == nullptr) {
         ALOGE("Tuning doesn't exist!");
         return false;
@@ -1055,19 +1181,21 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
     return !rows.empty();
 }
 
-void DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
+bool DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
     std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE) + " WHERE custom_name=" + "'" +
-                             sqlText(customName) + "'");
+    const bool read = getAllRows(rows, "SELECT * FROM " + getTableName(PROFILE) + " WHERE custom_name=" + "'" +
+                                               sqlText(customName) + "'");
     for (const RowData& cell : rows) {
         if (cell.name == "name") {
             names.push_back(cellText(cell));
         }
     }
+    return read;
 }
 
 void DatabaseHelper::queryProfileIds(TableType table, const std::string& customName,
                                      std::vector<std::string>& ids) {
+    Guard guard(mLock);
     if (table != PROFILE && table != GEQ_PRESET) {
         ALOGE("table %s has no profile ids", getTableName(table).c_str());
         return;
@@ -1081,6 +1209,7 @@ void DatabaseHelper::queryProfileIds(TableType table, const std::string& customN
 }
 
 void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings) {
+    Guard guard(mLock);
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows = lookUp(DEVICE_TUNING, {{"port", port}}, fetched);
     int64_t id = -1;
@@ -1110,17 +1239,38 @@ void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<Device
 }
 
 std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
+    std::string value;
+    queryConfigurationValue(key, &value);
+    return value;
+}
+
+bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string* value) {
+    Guard guard(mLock);
+    value->clear();
     if (const std::vector<RowData>* held = heldRows(CONFIGURATION, {{"key", key}})) {
         for (const RowData& cell : *held) {
             if (cell.name == "value") {
-                return cellText(cell);
+                *value = cellText(cell);
+                break;
             }
         }
-        return std::string();
+        return true;
     }
     std::vector<RowData> rows;
-    getAllRows(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
-    return rows.empty() ? std::string() : cellText(rows.front());
+    const bool read = getAllRows(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" +
+                                               sqlText(key) + "'");
+    if (read && !rows.empty()) {
+        *value = cellText(rows.front());
+    }
+    return read;
+}
+
+bool DatabaseHelper::setConfigurationValue(const std::string& key, const std::string& value) {
+    Guard guard(mLock);
+    if (!updateConfigurationValue(key, value)) {
+        return false;
+    }
+    return sqlite3_changes(mDb.get()) > 0 || insertConfigurationValue(key, value);
 }
 
 bool DatabaseHelper::queryTevStatus(const std::string& key) {
@@ -1134,6 +1284,7 @@ std::string DatabaseHelper::querySelectedProfile(const std::string& key) {
 }
 
 bool DatabaseHelper::updateConfigurationValue(const std::string& key, const std::string& value) {
+    Guard guard(mLock);
     if (!mDb) {
         ALOGE("the database is not connected");
         return false;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -42,7 +43,17 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 //
 // Statements are plain text; every text value placed into one has its single
 // quotes doubled, so names from files or clients cannot change a statement.
-// Not thread-safe beyond SQLite's own serialisation of single statements.
+//
+// The one owner of the connection: one recursive lock is held for every
+// statement and from beginTransaction() to commitTransaction() (and across a
+// hold of the start-up rows), so the statements of two threads never
+// interleave inside one transaction. It is the innermost lock of the
+// service: taken after the service's client lock, the context manager's lock
+// and the sound context's lock, and never held while taking one of them. A
+// transaction begins and ends on the same thread.
+//
+// Another program may hold the file for a while: every statement waits for
+// it up to kBusyTimeoutMs, then fails with SQLITE_BUSY.
 //
 // On open, a file that is no database, fails SQLite's quick check or holds
 // only part of the schema is moved aside as "<name>.damaged-<seconds>" and a
@@ -55,7 +66,19 @@ public:
     DatabaseHelper(const DatabaseHelper&) = delete;
     DatabaseHelper& operator=(const DatabaseHelper&) = delete;
 
+    static constexpr int kBusyTimeoutMs = 3000;
+
     bool isOpen() const { return mDb != nullptr; }
+    // Why the database cannot serve, naming the path and the cause (missing
+    // or unwritable directory, not a file, busy at open, read-only, damaged
+    // and not movable); "" when it opened well.
+    const std::string& getOpenProblem() const { return mOpenProblem; }
+    // The SQLite result code of the failure that rolled back the last
+    // transaction; SQLITE_OK (0) when it was committed.
+    int getLastTransactionError() const;
+    // A sentence for people on what SQLite's result `code` means for the
+    // settings database: busy, read-only, removed, disk full, ...
+    std::string describeError(int code) const;
     // The full path of the database file.
     std::string getPath() const { return mDirectory + mFileName; }
     // "" for a value outside TableType.
@@ -78,8 +101,11 @@ public:
     bool execSQL(const std::string& sql);
     // SELECT COUNT(*) of `table`; 0 on any failure.
     int32_t getRowCount(const std::string& table);
-    // Appends every cell of every row of `sql` to `rows`.
-    void getAllRows(std::vector<RowData>& rows, const std::string& sql);
+    // Appends every cell of every row of `sql` to `rows`. False when the
+    // database could not be read (busy, damaged, I/O; `rows` may then hold
+    // the rows read before); a statement that does not fit the schema (no
+    // such table or column) reads as no rows.
+    bool getAllRows(std::vector<RowData>& rows, const std::string& sql);
 
     // While held, reads share one read transaction (instead of locking the
     // file and checking it afresh per statement) and the lookups of profiles,
@@ -126,8 +152,9 @@ public:
     bool queryEndpointValue(const std::string& profileId, const std::string& endpoint,
                             const std::string& customName, ProfileEndpoint* endpointRecord);
     bool queryTuning(const std::string& name, Tuning* tuning);
-    // The `name` of every profile row of `customName`, in row order.
-    void queryProfileNames(std::vector<std::string>& names, const std::string& customName);
+    // The `name` of every profile row of `customName`, in row order; false
+    // when the table could not be read.
+    bool queryProfileNames(std::vector<std::string>& names, const std::string& customName);
     // The `profile_id` texts of the rows of `customName` in "profiles" (PROFILE)
     // or "geq_presets" (GEQ_PRESET), in row order.
     void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids);
@@ -136,6 +163,10 @@ public:
 
     // The configuration table: "" when the key is missing.
     std::string queryConfigurationValue(const std::string& key);
+    // Tells a missing key ("" and true) from a failed read (false).
+    bool queryConfigurationValue(const std::string& key, std::string* value);
+    // Updates the key's row, or inserts one when there is none.
+    bool setConfigurationValue(const std::string& key, const std::string& value);
     // "" and "false" are off.
     bool queryTevStatus(const std::string& key);
     // "-1" when the key is missing.
@@ -152,10 +183,13 @@ private:
     // Opens the file. A file that is no database, or a damaged or partial one,
     // is moved aside (never deleted) and a new, empty database is opened.
     void open();
-    static sqlite3* openFile(const std::string& path);
+    // Null, with `problem` set, when the file cannot serve.
+    static sqlite3* openFile(const std::string& path, std::string* problem);
     // The name the file was moved to; "" when it could not be moved.
     static std::string setAside(const std::string& path);
-    void logFailure(int result) const;
+    void logFailure(int result);
+    // Marks the open transaction failed with `result`.
+    void failTransaction(int result);
     void initParameterNameMap();
     bool updateConfigurationValue(const std::string& key, const std::string& value);
     // Runs `deleteSql` then `insert` inside a savepoint, so a failure keeps the old row.
@@ -193,12 +227,19 @@ private:
     std::map<TableType, HeldTable> mHeld;
     // Whether holdTableRows began the open read transaction.
     bool mReadTransaction = false;
+    std::string mOpenProblem;
+    // Whether holdTableRows holds mLock until releaseTableRows.
+    bool mHoldLocked = false;
     std::unique_ptr<sqlite3, Closer> mDb;
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.
     std::array<Statement, kTableTypeCount> mCounts;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
+    int mTransactionError = 0;
+    int mNestedBegins = 0;
+    int mLastTransactionError = 0;
+    mutable std::recursive_mutex mLock;
 };
 
 }  // namespace orvan

@@ -33,6 +33,22 @@ Provider::Provider() : mHelper(std::make_unique<DatabaseHelper>(kDatabaseFile)) 
     }
 }
 
+const std::string& Provider::getOpenProblem() const {
+    return mHelper->getOpenProblem();
+}
+
+std::string Provider::getLastTransactionProblem() const {
+    return mHelper->describeError(mHelper->getLastTransactionError());
+}
+
+bool Provider::readConfigurationValue(const std::string& key, std::string* value) {
+    return mHelper->queryConfigurationValue(key, value);
+}
+
+bool Provider::writeConfigurationValue(const std::string& key, const std::string& value) {
+    return mHelper->setConfigurationValue(key, value);
+}
+
 Provider::~Provider() {
     for (Tuning* tuning : mTunings) {
         delete tuning;
@@ -326,54 +342,25 @@ void Provider::clearOemDeviceTunings() {
     mHelper->clearOemDeviceTunings();
 }
 
-// Callers may still hold cached records, so none is freed here: a record that
-// is still stored is refreshed in place, one that is gone is retired.
+// Other threads may be reading cached records without a lock, so none is
+// changed or freed here: the caches get new records and the old ones are
+// retired, unchanged, for as long as the provider lives. Tunings are read
+// again on their next use.
 void Provider::reloadCachedDeviceTunings() {
-    std::vector<DeviceTuning*> previous;
     for (const auto& entry : mDeviceTunings) {
         for (DeviceTuning* deviceTuning : entry.second) {
             ALOGD("Clear cached device tuning Port[%s]:Device[%s]", portName(entry.first),
                   deviceTuning->getDevice().c_str());
-            previous.push_back(deviceTuning);
+            mRetiredDeviceTunings.emplace_back(deviceTuning);
         }
     }
     mDeviceTunings.clear();
-
+    for (Tuning* tuning : mTunings) {
+        mRetiredTunings.emplace_back(tuning);
+    }
+    mTunings.clear();
     for (size_t i = 0; i < kPortCount; ++i) {
-        const Port port = static_cast<Port>(i);
-        std::set<DeviceTuning*> fresh = loadDeviceTuningsForPort(port);
-        std::set<DeviceTuning*> kept;
-        for (DeviceTuning* deviceTuning : fresh) {
-            auto same = std::find_if(previous.begin(), previous.end(), [&](DeviceTuning* old) {
-                return old->getDevice() == deviceTuning->getDevice() &&
-                       old->getPort() == deviceTuning->getPort();
-            });
-            if (same == previous.end()) {
-                kept.insert(deviceTuning);
-                continue;
-            }
-            **same = *deviceTuning;
-            delete deviceTuning;
-            kept.insert(*same);
-            previous.erase(same);
-        }
-        mDeviceTunings[port] = kept;
-    }
-    for (DeviceTuning* gone : previous) {
-        mRetiredDeviceTunings.emplace_back(gone);
-    }
-
-    for (Tuning* tuning : std::set<Tuning*>(mTunings)) {
-        Tuning fresh(tuning->getName(), tuning->getEndpoint(), tuning->isMono());
-        if (mHelper->queryTuning(tuning->getName(), &fresh)) {
-            fresh.setDirty(false);
-            *tuning = fresh;
-        } else {
-            ALOGW("Cached tuning[%s] is no longer stored, dropped from the cache",
-                  tuning->getName().c_str());
-            mTunings.erase(tuning);
-            mRetiredTunings.emplace_back(tuning);
-        }
+        loadDeviceTuningsForPort(static_cast<Port>(i));
     }
 }
 
@@ -421,9 +408,13 @@ IeqPreset* Provider::loadIeqPreset(PresetType type) {
         return nullptr;
     }
     IeqPreset* preset = mIeqPresets[type].get();
+    if (mIeqLoaded[type]) {
+        return preset;
+    }
     // The rows hold the type as its decimal number.
     if (mHelper->queryIeqValue(std::to_string(static_cast<int>(type)), kDefaultName, preset)) {
         preset->setDirty(false);
+        mIeqLoaded[type] = true;
     } else {
         ALOGW("No default IEQ preset of type %s", kPresetTypeNames[type]);
     }
@@ -452,7 +443,10 @@ GeqPreset* Provider::loadGeqPreset(int index) {
 
 int Provider::init() {
     std::vector<std::string> names;
-    mHelper->queryProfileNames(names, kDefaultName);
+    if (!mHelper->queryProfileNames(names, kDefaultName) && mHelper->isOpen()) {
+        ALOGE("%s(): the profiles of the settings database could not be read", "init");
+        return -5;
+    }
     if (names.empty()) {
         ALOGE("%s(): No profiles found from the database", "init");
         return -19;

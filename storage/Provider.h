@@ -36,6 +36,10 @@ public:
     static constexpr const char* kSelectedProfile = "Profile";
     static constexpr const char* kFormatVersion = "version";
     static constexpr const char* kSignature = "signature";
+    // Beside the signature: the exact facts and the digest of the default
+    // tuning file the database was built from (see TuningFileSignature).
+    static constexpr const char* kSignatureDetail = "signature_detail";
+    static constexpr const char* kSignatureDigest = "signature_digest";
     static constexpr const char* kCustomName = "custom";
     static constexpr const char* kOemName = "oem";
     static constexpr const char* kDefaultName = "default";
@@ -43,6 +47,11 @@ public:
 
     // Opens the database in the data directory.
     Provider();
+
+    // Why the database cannot serve (see DatabaseHelper::getOpenProblem); "" when it can.
+    const std::string& getOpenProblem() const;
+    // Why the last transaction was rolled back, for people; "" when it was committed.
+    std::string getLastTransactionProblem() const;
 
     virtual ~Provider();
     // The stored selected profile index; -1 when none is stored.
@@ -93,6 +102,11 @@ public:
     // Also seeds the selected profile ("0") and the on state ("true").
     virtual void setDefaultXmlSignature(const std::string& signature);
     virtual std::string getDefaultXmlSignature();
+    // A configuration key: false when the table could not be read (busy,
+    // damaged), "" for a missing key.
+    bool readConfigurationValue(const std::string& key, std::string* value);
+    // Updates the key or adds it.
+    bool writeConfigurationValue(const std::string& key, const std::string& value);
     virtual void setDefaultXmlFormatVersion(const std::string& version);
     virtual std::string getDefaultXmlFormatVersion();
     virtual void setDeviceTuning(const std::string& key, const std::string& value);
@@ -102,8 +116,8 @@ public:
 
     GeqPreset* loadDefaultGeqPreset(int index);
     GeqPreset* loadGeqPreset(int index);
-    // Counts the default profiles and makes their objects: 0, or -19 when the
-    // database holds no default profile.
+    // Counts the default profiles and makes their objects: 0, -19 when the
+    // database holds no default profile, -5 when it could not be read.
     int init();
     // Between these, reads share one read transaction and loading the
     // profiles and tunings reads each of their tables once (see
@@ -142,7 +156,11 @@ private:
     int32_t mNumProfiles = 0;
     std::map<Port, std::set<DeviceTuning*>> mDeviceTunings;
     std::array<std::unique_ptr<IeqPreset>, kPresetTypeCount> mIeqPresets;
-    // Records dropped from the caches but possibly still held by a caller.
+    // Whether mIeqPresets[type] holds its stored curve: factory rows change
+    // only with a rebuild, which comes before any reader.
+    std::array<bool, kPresetTypeCount> mIeqLoaded{};
+    // Records replaced or dropped in the caches but possibly still held by a
+    // caller, who keeps reading the values they had.
     std::vector<std::unique_ptr<Tuning>> mRetiredTunings;
     std::vector<std::unique_ptr<DeviceTuning>> mRetiredDeviceTunings;
 };

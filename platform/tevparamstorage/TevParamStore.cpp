@@ -25,6 +25,12 @@ int32_t TevParamStore::commitChange() {
     std::lock_guard<std::mutex> lock(mLock);
     auto staged = mStaged.find(std::this_thread::get_id());
     if (staged == mStaged.end()) {
+        if (!mStaged.empty()) {
+            // Staging belongs to the thread that staged: another thread's
+            // values are never published by this commit.
+            ALOGW("commitChange(): nothing staged on this thread; %zu other thread(s) have staged values "
+                  "that wait for their own commit", mStaged.size());
+        }
         return 0;
     }
     const int32_t published = static_cast<int32_t>(staged->second.size());

@@ -83,6 +83,13 @@ protected:
     static void writeTo(const std::string& target, const std::string& text, time_t mtime) {
         setModificationTime(writeFile(target, text), mtime);
     }
+    // New bytes for the default tuning file (a comment naming `revision`),
+    // with the same tuning: only a change of bytes makes a rebuild.
+    static void reviseDefaultFile(int revision, time_t mtime) {
+        writeTo(DevicePaths::defaultTuningFile(),
+                readFile(sourcePath("data/zel-default.xml")) + "<!-- revision " + std::to_string(revision) + " -->\n",
+                mtime);
+    }
     static void setModificationTime(const std::string& path, time_t seconds) {
         const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
         ASSERT_EQ(0, utimensat(AT_FDCWD, path.c_str(), times, 0)) << path;

@@ -167,11 +167,11 @@ TEST_F(CrashSafetyTest, AKilledRebuildLeavesTheOldOrTheNewDatabase) {
     start().release();
     const DatabaseState factory = readState(database());
     ASSERT_EQ(7u, factory.size());
-    setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + 1);
+    reviseDefaultFile(1, kFactoryTime + 1);
     killRepeatedly([] {}, [] { startService(); }, [&](int run) -> std::function<void()> {
         const DatabaseState before = readState(database());
         const DatabaseState rebuilt = withSignature(factory, std::to_string(kFactoryTime + run));
-        setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + run);
+        reviseDefaultFile(run, kFactoryTime + run);
         return [this, before, rebuilt, run] {
             const DatabaseState after = readState(database());
             ASSERT_TRUE(after == before || after == rebuilt)

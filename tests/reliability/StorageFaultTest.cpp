@@ -125,7 +125,7 @@ TEST_F(StartUpTest, ARebuildOnAFullDiskKeepsTheEarlierDatabase) {
     context->saveAxProfile();
     AxContextManager::getInstance().release();
     const DatabaseState before = readState(database());
-    setModificationTime(DevicePaths::defaultTuningFile(), kFactoryTime + 60);
+    reviseDefaultFile(1, kFactoryTime + 60);
 
     const ChildResult full = runInChild([] {
         fillTheDisk();

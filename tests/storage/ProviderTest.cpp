@@ -162,8 +162,9 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
 }
 
 // Devices naming one tuning share one object; only devices whose tuning
-// exists are served; a reload refreshes the held records in place.
-TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndRefreshesInPlace) {
+// exists are served; a reload serves new records and leaves the ones held by
+// readers on other threads as they were.
+TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndReloadsIntoNewRecords) {
     Provider provider;
     populate(provider);
     EXPECT_EQ(provider.loadTuningForDevice("default_headphone"), nullptr) << "port not cached yet";
@@ -189,10 +190,13 @@ TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndRefreshesInPlace) {
     Tuning tv("tv_tuning", ENDPOINT_OTHER, false);
     provider.create(&tv, Provider::kOemName);
     DatabaseHelper(Provider::kDatabaseFile).execSQL("UPDATE tunings SET regulator_enable='0' WHERE name='spk_tuning'");
+    const Values heldValues = valuesOf(speaker, regulator_enable);
     provider.reloadCachedDeviceTunings();
-    EXPECT_EQ(*provider.loadDeviceTuningsForPort(PORT_INTERNAL_SPEAKER).begin(), speakerDevice);
-    EXPECT_EQ(provider.loadTuningForDevice("default_internal_speaker"), speaker);
-    EXPECT_EQ(valuesOf(speaker, regulator_enable), Values{0});
+    EXPECT_EQ(speakerDevice->getDevice(), "default_internal_speaker");
+    Tuning* reloaded = provider.loadTuningForDevice("default_internal_speaker");
+    ASSERT_NE(reloaded, nullptr);
+    EXPECT_EQ(valuesOf(reloaded, regulator_enable), Values{0});
+    EXPECT_EQ(valuesOf(speaker, regulator_enable), heldValues) << "a held record changed under its reader";
     Tuning* tvTuning = provider.loadTuningForDevice("tv");
     ASSERT_NE(tvTuning, nullptr);
     EXPECT_EQ(tvTuning->getEndpoint(), ENDPOINT_OTHER);

@@ -47,14 +47,20 @@ constexpr EngineDevice kEngineDevices[] = {
 };
 
 // Runs `body` on a started session, or says why the service did not start.
+// For a command that `changes` settings, a save on leaving that did not
+// store them turns its success into a refusal that names the cause.
 template <typename Body>
-int withSession(Body body) {
+int withSession(Body body, bool changes = false) {
     ServiceSession session;
     std::string error;
     if (!session.start(&error)) {
         return fail(kExitRefused, "%s", error.c_str());
     }
-    return body(session);
+    const int status = body(session);
+    if (!session.finish(&error) && changes && status == kExitOk) {
+        return fail(kExitRefused, "the change was not stored: %s", error.c_str());
+    }
+    return status;
 }
 
 bool parsePort(const std::string& text, int32_t* port) {
@@ -184,7 +190,7 @@ int switchEngine(bool on) {
         }
         std::printf("%s\n", on ? "on" : "off");
         return kExitOk;
-    });
+    }, true);
 }
 
 bool parseEngineDevice(const std::string& text, int32_t* key) {
@@ -284,7 +290,7 @@ int runSelect(const CommandLine& args) {
         }
         std::printf("selected profile %d %s\n", profile, session.service().getProfileName(profile).c_str());
         return kExitOk;
-    });
+    }, true);
 }
 
 int runReset(const CommandLine& args) {
@@ -302,7 +308,7 @@ int runReset(const CommandLine& args) {
         }
         std::printf("reset profile %d %s\n", profile, session.service().getProfileName(profile).c_str());
         return kExitOk;
-    });
+    }, true);
 }
 
 int runOn(const CommandLine&) {
@@ -375,7 +381,7 @@ int runSet(const CommandLine& args) {
             note("values are kept within the parameter's range");
         }
         return kExitOk;
-    });
+    }, true);
 }
 
 int runDevices(const CommandLine& args) {
@@ -412,7 +418,7 @@ int runDevice(const CommandLine& args) {
         }
         std::printf("%s: %s\n", kPortNames[port], name.c_str());
         return kExitOk;
-    });
+    }, true);
 }
 
 int runInt(const CommandLine& args) {
@@ -435,11 +441,11 @@ int runInt(const CommandLine& args) {
     if (code != kReloadCode) {
         return fail(kExitUsage, "int: only RLTF can be set");
     }
-    return withSession(reload);
+    return withSession(reload, true);
 }
 
 int runReload(const CommandLine&) {
-    return withSession(reload);
+    return withSession(reload, true);
 }
 
 int runEngine(const CommandLine& args) {
@@ -506,7 +512,7 @@ int runBlob(const CommandLine& args) {
             std::printf("%s\n", notice.empty() ? "(empty)" : toHex(notice.data(), notice.size()).c_str());
         }
         return kExitOk;
-    });
+    }, mode == "set");
 }
 
 }  // namespace orvan::tool

@@ -8,9 +8,14 @@
 #include <log/log.h>
 #include <vendor/orvan/hardware/rnx/2.0/BpHwRnxCallbacks.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
+#include <thread>
 
+#include "storage/AxContextManager.h"
 #include "storage/DevicePaths.h"
+#include "storage/SettingsLock.h"
 #include "tools/orvaxctl/Commands.h"
 
 namespace orvan::tool {
@@ -27,6 +32,41 @@ std::vector<int32_t> toWords(const std::vector<uint8_t>& bytes) {
     }
     return words;
 }
+
+// Tells the person waiting, once, when the start takes longer than a second
+// because another service holds the root's settings.
+class WaitNotice {
+public:
+    WaitNotice() : mThread([this] { watch(); }) {}
+    ~WaitNotice() {
+        {
+            std::lock_guard<std::mutex> guard(mLock);
+            mDone = true;
+        }
+        mWake.notify_one();
+        mThread.join();
+    }
+    WaitNotice(const WaitNotice&) = delete;
+    WaitNotice& operator=(const WaitNotice&) = delete;
+
+private:
+    void watch() {
+        std::unique_lock<std::mutex> lock(mLock);
+        if (mWake.wait_for(lock, std::chrono::seconds(1), [this] { return mDone; })) {
+            return;
+        }
+        const std::string directory = DevicePaths::dataDirectory();
+        if (const pid_t holder = SettingsLock::holder(directory); holder != 0 && holder != getpid()) {
+            note("waiting for the service of process %d, which holds the settings in %s", static_cast<int>(holder),
+                 directory.c_str());
+        }
+    }
+
+    std::mutex mLock;
+    std::condition_variable mWake;
+    bool mDone = false;
+    std::thread mThread;
+};
 
 }  // namespace
 
@@ -79,11 +119,18 @@ bool ServiceSession::start(std::string* error) {
     mClient = new RecordingClient();
     // Registered through the transport proxy, as a client in another process is.
     mProxy = new vendor::orvan::hardware::rnx::V2_0::BpHwRnxCallbacks(mClient);
-    mService->registerClient(mProxy, kClientType, getuid());
+    {
+        WaitNotice notice;
+        mService->registerClient(mProxy, kClientType, getuid());
+    }
     mRegistered = true;
     if (mService->getDefaultXmlFormatVersion() == android::OrvanManagerService::kNotInitialized) {
-        *error = "the service could not load its settings from " + tuningFile +
-                 " (see 'orvaxctl check " + tuningFile + "')";
+        const std::string problem = mService->getStartProblem();
+        *error = "the service could not load its settings: " +
+                 (problem.empty() ? "nothing loaded from " + tuningFile : problem);
+        if (problem.empty() || problem.find(tuningFile) != std::string::npos) {
+            *error += " (see 'orvaxctl check " + tuningFile + "')";
+        }
         return false;
     }
     waitForEvents();
@@ -91,19 +138,36 @@ bool ServiceSession::start(std::string* error) {
     return true;
 }
 
-void ServiceSession::stop() {
+bool ServiceSession::finish(std::string* error) {
+    error->clear();
+    stop(error);
+    return error->empty();
+}
+
+void ServiceSession::stop(std::string* saveProblem) {
     if (mService == nullptr) {
         return;
     }
     waitForEvents();
     if (mRegistered) {
+        // An application leaving makes the service save.
         mService->unregisterClient(mProxy, kClientType, getuid());
         waitForEvents();
     }
     mRegistered = false;
     mProxy.clear();
-    // The last reference: the service saves and stops its handler.
+    // The last reference: the service saves again and stops its handler.
     mService.clear();
+    if (!android::Singleton<AxContextManager>::hasInstance()) {
+        return;
+    }
+    AxContextManager& contextManager = AxContextManager::getInstance();
+    // The outcome of the last save is what the database holds now.
+    if (saveProblem != nullptr && contextManager.getAxContext() != nullptr) {
+        *saveProblem = contextManager.getAxContext()->getLastSaveProblem();
+    }
+    // Closes the database and lets another process's service take the settings.
+    contextManager.release();
 }
 
 void ServiceSession::waitForEvents() {

@@ -40,9 +40,13 @@ public:
     ServiceSession& operator=(const ServiceSession&) = delete;
 
     // Starts the service and registers. False, with `error` set, when the root
-    // has no default tuning file or the service cannot load it; nothing is
-    // created on disk then.
+    // has no default tuning file or the service cannot load it (the error
+    // names the cause); no settings are created on disk then. While another
+    // service holds the root's settings it waits, and says so after a second.
     bool start(std::string* error);
+    // Unregisters, which saves the settings, and shuts the service down.
+    // False, with `error` naming the cause, when the save did not store them.
+    bool finish(std::string* error);
     android::OrvanManagerService& service() { return *mService; }
     RecordingClient& client() { return *mClient; }
 
@@ -68,7 +72,8 @@ public:
     static int32_t event(int32_t number) { return static_cast<int32_t>(static_cast<uint32_t>(number) << 24); }
 
 private:
-    void stop();
+    // `saveProblem`, when given, receives the outcome of the last save.
+    void stop(std::string* saveProblem = nullptr);
 
     android::sp<android::OrvanManagerService> mService;
     android::sp<RecordingClient> mClient;
