@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 #include "tests/context/ContextTestSupport.h"
 
@@ -14,6 +16,50 @@ bool offers(AxContext& context, Port port, const std::string& device) {
 }
 
 using AxContextManagerTest = StartUpTest;
+
+// A binder thread reloads the OEM file while the event thread changes and
+// saves settings and another reads the speaker's tuning without a lock, as the
+// engine controller does: every transaction stays whole and nothing is refused.
+TEST_F(AxContextManagerTest, ConcurrentOemReloadsSavesAndTuningReadsAllSucceed) {
+    installFactoryFiles();
+    AxContext* context = startContext();
+    ASSERT_NE(nullptr, context);
+    constexpr int kRounds = 25;
+    std::atomic<int> failedReloads{0};
+    std::atomic<int> failedSaves{0};
+    std::atomic<bool> done{false};
+    std::thread binder([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            failedReloads += AxContextManager::getInstance().loadOemTuning() != 0 ? 1 : 0;
+        }
+    });
+    std::thread events([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            context->setProfileParameter(1, ENDPOINT_SPEAKER, dialog_enhancer_amount, {i % 17});
+            failedSaves += context->save() ? 0 : 1;
+        }
+    });
+    std::thread reader([&] {
+        size_t seen = 0;
+        while (!done) {
+            if (const Tuning* tuning = context->getSelectedTuning(PORT_INTERNAL_SPEAKER)) {
+                for (const auto& entry : tuning->getValues()) {
+                    seen += entry.second.size();
+                }
+            }
+        }
+        EXPECT_GT(seen, 0u);
+    });
+    binder.join();
+    events.join();
+    done = true;
+    reader.join();
+    EXPECT_EQ(0, failedReloads);
+    EXPECT_EQ(0, failedSaves);
+    EXPECT_EQ(std::to_string((kRounds - 1) % 17),
+              query("SELECT dialog_enhancer_amount FROM profile_endpoints WHERE custom_name='custom' AND "
+                    "profile_id='1' AND endpoint='speaker'"));
+}
 
 TEST_F(AxContextManagerTest, FirstStartBuildsTheDatabaseAndMergesTheOemFile) {
     installFactoryFiles();

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <future>
 #include <regex>
+#include <thread>
 
 #include "engine/TevContext.h"
 #include "tests/engine/EngineTestSupport.h"
@@ -28,6 +30,32 @@ TEST_F(ServiceParametersTest, BeforeInitialisationEverythingAnswersNeutrally) {
     EXPECT_EQ("OrvanManagerService Information dump:\nZEL Status : off\nProfile ID : -1\n"
               "Profile IEQ Preset : off\nDialog Enhance state : off\nIs Mono Speaker : false\n",
               dump());
+}
+
+// Binder threads are a pool: a client's command may be staged on one and
+// committed on another, and still reaches the engine whole.
+TEST_F(ServiceParametersTest, EngineParametersStagedOnOneThreadAreCommittedFromAnother) {
+    constexpr uint32_t kDevice = 4242;
+    const int32_t values[] = {7, 8};
+    std::promise<void> staged;
+    std::promise<void> committed;
+    // Alive until the commit, so that it is another thread than the committing one.
+    std::thread binder([&] {
+        EXPECT_EQ(android::OK, mService->setParam(kDevice, 11, values, 2));
+        EXPECT_EQ(android::OK, mService->setParam(kDevice, 12, values, 1));
+        staged.set_value();
+        committed.get_future().wait();
+    });
+    staged.get_future().wait();
+    EXPECT_EQ(2, mService->commitChange());
+    committed.set_value();
+    binder.join();
+    android::TevParamCache cache;
+    ASSERT_EQ(android::OK, mService->getStoredParams(kDevice, &cache));
+    ASSERT_NE(nullptr, cache.findParam(11));
+    EXPECT_EQ((std::vector<int32_t>{7, 8}), *cache.findParam(11));
+    EXPECT_NE(nullptr, cache.findParam(12));
+    EXPECT_EQ(android::BAD_VALUE, mService->setParam(kDevice, 13, nullptr, 1));
 }
 
 // Each set is echoed once to the client and lands in the settings and the engine store.
