@@ -705,9 +705,7 @@ void DatabaseHelper::holdTableRows() {
     if (!mDb) {
         return;
     }
-    // The held rows stand for the file only while no other thread writes.
-    mLock.lock();
-    mHoldLocked = true;
+
     // Not within a transaction of our own, whose reads are in it already.
     if (sqlite3_get_autocommit(mDb.get()) != 0) {
         mReadTransaction = sqlite3_exec(mDb.get(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
@@ -734,10 +732,6 @@ void DatabaseHelper::holdTableRows() {
 
 void DatabaseHelper::releaseTableRows() {
     Guard guard(mLock);
-    if (mHoldLocked) {
-        mHoldLocked = false;
-        mLock.unlock();
-    }
     mHeld.clear();
     if (mReadTransaction) {
         mReadTransaction = false;

@@ -45,9 +45,9 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 // quotes doubled, so names from files or clients cannot change a statement.
 //
 // The one owner of the connection: one recursive lock is held for every
-// statement and from beginTransaction() to commitTransaction() (and across a
-// hold of the start-up rows), so the statements of two threads never
-// interleave inside one transaction. It is the innermost lock of the
+// statement and from beginTransaction() to commitTransaction(), so the
+// statements of two threads never interleave inside one transaction (another
+// thread's statement ends a hold of the start-up rows first). It is the innermost lock of the
 // service: taken after the service's client lock, the context manager's lock
 // and the sound context's lock, and never held while taking one of them. A
 // transaction begins and ends on the same thread.
@@ -228,8 +228,6 @@ private:
     // Whether holdTableRows began the open read transaction.
     bool mReadTransaction = false;
     std::string mOpenProblem;
-    // Whether holdTableRows holds mLock until releaseTableRows.
-    bool mHoldLocked = false;
     std::unique_ptr<sqlite3, Closer> mDb;
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.
