@@ -87,6 +87,7 @@ ProfileContext* AxContext::findContextLocked(int id) const {
 
 void AxContext::selectStoredProfileLocked() {
     const int stored = mProvider->getSelectedProfile();
+    mStoredProfile = stored;
     if (stored >= 0 && stored < static_cast<int>(mContexts.size())) {
         mSelected = mContexts[stored].get();
     } else if (!mContexts.empty()) {
@@ -111,6 +112,7 @@ void AxContext::load() {
         }
         selectStoredProfileLocked();
         mTevOn = mProvider->isTevOn();
+        mStoredTevOn = mTevOn;
         for (Port port : kSupportedPorts) {
             loadPortTuningLocked(port);
         }
@@ -127,6 +129,7 @@ void AxContext::reloadAllProfile() {
         }
         selectStoredProfileLocked();
         mTevOn = mProvider->isTevOn();
+        mStoredTevOn = mTevOn;
         on = mTevOn;
     }
     mObservable->onSelectedProfileChanged(*this);
@@ -631,22 +634,51 @@ bool AxContext::setSelectedTuning(Port port, const std::string& device, bool for
 
 bool AxContext::save() {
     Lock lock(mLock);
+    const bool stateChanged = mTevOn != mStoredTevOn;
+    const bool profileChanged = mSelected != nullptr && mSelected->getId() != mStoredProfile;
+    if (!stateChanged && !profileChanged && !anyProfileDirtyLocked()) {
+        mLastSaveProblem.clear();
+        return true;  // nothing to write: the file stays as it is
+    }
     // One transaction: a crash or a failed write keeps the whole earlier save.
     bool saved = mProvider->beginTransaction();
-    mProvider->setTevOn(mTevOn);
-    if (mSelected != nullptr) {
-        mProvider->setSelectedProfile(mSelected->getId());
+    if (stateChanged) {
+        saved = mProvider->setTevOn(mTevOn) && saved;
+    }
+    if (profileChanged) {
+        saved = mProvider->setSelectedProfile(mSelected->getId()) && saved;
     }
     for (auto& context : mContexts) {
         saved = context->save() && saved;
     }
-    return finishSaveLocked(saved);
+    if (!finishSaveLocked(saved)) {
+        return false;
+    }
+    mStoredTevOn = mTevOn;
+    if (mSelected != nullptr) {
+        mStoredProfile = mSelected->getId();
+    }
+    return true;
+}
+
+bool AxContext::anyProfileDirtyLocked() const {
+    for (const auto& context : mContexts) {
+        if (context->isDirty()) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool AxContext::finishSaveLocked(bool saved) {
     if (mProvider->commitTransaction() && saved) {
         mLastSaveProblem.clear();
         return true;
+    }
+    // Records written before the failure were marked clean; the transaction
+    // that held them is gone, so they are dirty again.
+    for (auto& context : mContexts) {
+        context->setDirty();
     }
     mLastSaveProblem = mProvider->getLastTransactionProblem();
     if (mLastSaveProblem.empty()) {
@@ -663,7 +695,9 @@ std::string AxContext::getLastSaveProblem() {
 
 void AxContext::saveAxState() {
     Lock lock(mLock);
-    mProvider->setTevOn(mTevOn);
+    if (mProvider->setTevOn(mTevOn)) {
+        mStoredTevOn = mTevOn;
+    }
 }
 
 void AxContext::saveAxProfile() {
@@ -672,11 +706,17 @@ void AxContext::saveAxProfile() {
         ALOGE("%s(): no profile is selected", __func__);
         return;
     }
-    mProvider->setSelectedProfile(mSelected->getId());
+    if (mProvider->setSelectedProfile(mSelected->getId())) {
+        mStoredProfile = mSelected->getId();
+    }
 }
 
 bool AxContext::saveAxProfileSettings() {
     Lock lock(mLock);
+    if (!anyProfileDirtyLocked()) {
+        mLastSaveProblem.clear();
+        return true;
+    }
     bool saved = mProvider->beginTransaction();
     for (auto& context : mContexts) {
         saved = context->save() && saved;

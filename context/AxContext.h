@@ -109,8 +109,10 @@ public:
     // Listeners hear of it when the selection changed, or always with `force`.
     bool setSelectedTuning(Port port, const std::string& device, bool force);
 
-    // The on state, the selected profile and every profile's records, in one
-    // transaction: false, with the earlier save kept whole, when a write failed.
+    // What changed since the last save (the on state, the selected profile,
+    // the profile records marked dirty), in one transaction: false, with the
+    // earlier save kept whole, when a write failed. Without a change it
+    // writes nothing at all.
     bool save();
     // Why the last save() or saveAxProfileSettings() was rolled back, for
     // people (the database's path and the cause: busy, read-only, full,
@@ -136,6 +138,7 @@ private:
     bool selectIeqPreset(int id, Endpoint endpoint, const Values& values);
     // Commits the save's transaction and keeps its outcome.
     bool finishSaveLocked(bool saved);
+    bool anyProfileDirtyLocked() const;
 
     Provider* const mProvider;
     AxContextChangeObservable* const mObservable;
@@ -144,6 +147,9 @@ private:
     std::vector<std::unique_ptr<ProfileContext>> mContexts;
     ProfileContext* mSelected = nullptr;
     bool mTevOn = false;
+    // What the database holds, so that a save writes only what differs.
+    bool mStoredTevOn = false;
+    int mStoredProfile = -1;
     // Indexed by Port; a port without a usable device holds "" and null.
     std::array<std::string, kPortCount> mSelectedDevices;
     std::array<Tuning*, kPortCount> mSelectedTunings{};

@@ -61,11 +61,44 @@ void ProfileContext::load() {
 }
 
 bool ProfileContext::save() {
-    bool saved = mProvider->save(mProfile);
+    bool saved = true;
+    const auto saveIfDirty = [&](auto* record) {
+        if (record != nullptr && record->isDirty()) {
+            saved = mProvider->save(record) && saved;
+        }
+    };
+    saveIfDirty(mProfile);
     for (ProfileEndpoint* endpoint : mProfileEndpoints) {
-        saved = mProvider->save(endpoint) && saved;
+        saveIfDirty(endpoint);
     }
-    return mProvider->save(mGeqPreset) && saved;
+    saveIfDirty(mGeqPreset);
+    return saved;
+}
+
+bool ProfileContext::isDirty() const {
+    if ((mProfile != nullptr && mProfile->isDirty()) || (mGeqPreset != nullptr && mGeqPreset->isDirty())) {
+        return true;
+    }
+    for (const ProfileEndpoint* endpoint : mProfileEndpoints) {
+        if (endpoint != nullptr && endpoint->isDirty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ProfileContext::setDirty() {
+    if (mProfile != nullptr) {
+        mProfile->setDirty(true);
+    }
+    for (ProfileEndpoint* endpoint : mProfileEndpoints) {
+        if (endpoint != nullptr) {
+            endpoint->setDirty(true);
+        }
+    }
+    if (mGeqPreset != nullptr) {
+        mGeqPreset->setDirty(true);
+    }
 }
 
 void ProfileContext::reset() {

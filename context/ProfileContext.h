@@ -41,8 +41,12 @@ public:
 
     // (Re)reads the working records from the user's rows; unsaved changes are lost.
     void load();
-    // Writes the working records over the user's rows; true when all were written.
+    // Writes the working records that changed over the user's rows; true
+    // when all were written.
     bool save();
+    bool isDirty() const;
+    // Marks every working record changed: a save that wrote them was rolled back.
+    void setDirty();
     // Returns the working records to the factory values (in memory only).
     void reset();
     GeqPreset* resetGeq();

@@ -780,7 +780,7 @@ std::set<TableType> DatabaseHelper::ownTables() {
 
 bool DatabaseHelper::readHeldTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held) {
     int ret = SQLITE_OK;
-    Statement statement = prepare(mDb.get(), "SELECT * FROM " + getTableName(type), &ret);
+    Statement statement = prepare(mDb.get(), "SELECT rowid, * FROM " + getTableName(type), &ret);
     if (ret != SQLITE_OK || !statement) {
         return false;
     }
@@ -835,7 +835,8 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
     if (const std::vector<RowData>* held = heldRows(type, where)) {
         return *held;
     }
-    std::string sql = "SELECT * FROM " + getTableName(type);
+    // The rowid says where a row stands, for updates that need not search.
+    std::string sql = "SELECT rowid, * FROM " + getTableName(type);
     const char* joiner = " WHERE ";
     for (const auto& [column, value] : where) {
         sql += joiner + std::string(column) + "=" + "'" + sqlText(value) + "'";
@@ -845,21 +846,12 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
     return fetched;
 }
 
-bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
-                                          const std::string& text, const std::string& customName,
-                                          int64_t id) {
-    Guard guard(mLock);
-    const std::vector<std::string>* columns = valueColumns(table);
-    if (columns == nullptr) {
-        ALOGE("no table %s to insert into", table.c_str());
-        return false;
-    }
-    const auto type = static_cast<TableType>(columns - mValueColumns.data());
+std::vector<std::string> DatabaseHelper::valuesByColumn(TableType type, const std::string& text) const {
+    const std::string& table = mTableNames[type];
     const std::map<std::string, size_t>& columnIndexes = mColumnIndexes[type];
-
     // The lines after the first, as getline splits them; a later line for a
     // column wins. Read without streams: a rebuild inserts every record so.
-    std::vector<std::string> byColumn(columns->size());
+    std::vector<std::string> byColumn(mValueColumns[type].size());
     size_t lineStart = 0;
     for (size_t line = 0; lineStart < text.size(); ++line) {
         size_t lineEnd = text.find('\n', lineStart);
@@ -892,6 +884,20 @@ bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::st
         }
         byColumn[index->second] = storedValue(std::move(value));
     }
+    return byColumn;
+}
+
+bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::string& table,
+                                          const std::string& text, const std::string& customName,
+                                          int64_t id) {
+    Guard guard(mLock);
+    const std::vector<std::string>* columns = valueColumns(table);
+    if (columns == nullptr) {
+        ALOGE("no table %s to insert into", table.c_str());
+        return false;
+    }
+    const auto type = static_cast<TableType>(columns - mValueColumns.data());
+    const std::vector<std::string> byColumn = valuesByColumn(type, text);
 
     const int64_t rowId = id < 1 ? getRowCount(table) + 1 : static_cast<int32_t>(id);
     std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + "\n" + "," + "'" +
@@ -911,6 +917,22 @@ bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::st
     return true;
 }
 
+bool DatabaseHelper::updateInPlace(TableType type, const ParameterValues& record, const std::string& text,
+                                   const std::string& customName, const std::string& conditions, int64_t rowId) {
+    // Equal to the delete and insert with the record's id, without looking at
+    // any other row: the row is found by its rowid, and the conditions make
+    // sure it is still the record's row.
+    std::string sql = "UPDATE " + mTableNames[type] + " SET _id=" + std::to_string(static_cast<int32_t>(record.getId())) +
+                      ", custom_name='" + sqlText(customName) + "'";
+    const std::vector<std::string> byColumn = valuesByColumn(type, text);
+    for (size_t i = 0; i < byColumn.size(); ++i) {
+        sql += ", " + mValueColumns[type][i] + "='";
+        appendSqlText(&sql, byColumn[i]);
+        sql += '\'';
+    }
+    sql += " WHERE rowid=" + std::to_string(rowId) + " AND " + conditions;
+    return execSQL(sql) && sqlite3_changes(mDb.get()) == 1;
+}
 bool DatabaseHelper::insertValue(IeqPreset* preset, const std::string& customName) {
     if (preset == nullptr) {
         ALOGE("invalide value");
@@ -987,12 +1009,25 @@ bool DatabaseHelper::clearOemDeviceTunings() {
 }
 
 template <typename Insert>
-bool DatabaseHelper::replaceRow(const std::string& deleteSql, Insert insert) {
+bool DatabaseHelper::replaceRow(TableType type, const ParameterValues& record, const std::string& text,
+                                const std::string& customName, const std::string& conditions, int64_t* rowId,
+                                Insert insert) {
     Guard guard(mLock);
+    if (rowId != nullptr && *rowId > 0 && record.getId() >= 1 &&
+        updateInPlace(type, record, text, customName, conditions, *rowId)) {
+        return true;
+    }
+    if (mInTransaction && mTransactionFailed) {
+        return false;
+    }
+    // No row of known place (a missing row, duplicates): replace them all.
     if (!execSQL("SAVEPOINT replace_row")) {
         return false;
     }
-    if (execSQL(deleteSql) && insert()) {
+    if (execSQL("DELETE FROM " + mTableNames[type] + " WHERE " + conditions) && insert()) {
+        if (rowId != nullptr) {
+            *rowId = sqlite3_last_insert_rowid(mDb.get());
+        }
         return execSQL("RELEASE replace_row");
     }
     ALOGE("replacing a row failed, the stored row is kept");
@@ -1001,7 +1036,7 @@ bool DatabaseHelper::replaceRow(const std::string& deleteSql, Insert insert) {
     return false;
 }
 
-bool DatabaseHelper::updateGeqValue(GeqPreset* preset, const std::string& customName) {
+bool DatabaseHelper::updateGeqValue(GeqPreset* preset, const std::string& customName, int64_t* rowId) {
     if (preset == nullptr) {
         ALOGE("invalid value");
         return false;
@@ -1010,13 +1045,13 @@ bool DatabaseHelper::updateGeqValue(GeqPreset* preset, const std::string& custom
         ALOGE("the default value can't be updated, %d", 462);
         return false;
     }
-    return replaceRow("DELETE FROM " + getTableName(GEQ_PRESET) + " WHERE custom_name='" +
-                              sqlText(customName) + "' AND profile_id='" +
+    return replaceRow(GEQ_PRESET, *preset, preset->toString(), customName,
+                      "custom_name='" + sqlText(customName) + "' AND profile_id='" +
                               std::to_string(preset->getProfileId()) + "'",
-                      [&] { return insertValue(preset, customName, preset->getId()); });
+                      rowId, [&] { return insertValue(preset, customName, preset->getId()); });
 }
 
-bool DatabaseHelper::updateProfileValue(Profile* profile, const std::string& customName) {
+bool DatabaseHelper::updateProfileValue(Profile* profile, const std::string& customName, int64_t* rowId) {
     if (profile == nullptr) {
         ALOGE("invalid value");
         return false;
@@ -1024,13 +1059,14 @@ bool DatabaseHelper::updateProfileValue(Profile* profile, const std::string& cus
     if (customName == Provider::kDefaultName) {
         ALOGW("the default value can't be updated, %d", 480);
     }
-    return replaceRow("DELETE FROM " + getTableName(PROFILE) + " WHERE custom_name='" +
-                              sqlText(customName) + "' AND profile_id='" +
+    return replaceRow(PROFILE, *profile, profile->toString(), customName,
+                      "custom_name='" + sqlText(customName) + "' AND profile_id='" +
                               std::to_string(profile->getProfileId()) + "'",
-                      [&] { return insertValue(profile, customName, profile->getId()); });
+                      rowId, [&] { return insertValue(profile, customName, profile->getId()); });
 }
 
-bool DatabaseHelper::updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName) {
+bool DatabaseHelper::updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName,
+                                                int64_t* rowId) {
     if (endpoint == nullptr) {
         ALOGE("invalid value");
         return false;
@@ -1038,11 +1074,23 @@ bool DatabaseHelper::updateProfileEndpointValue(ProfileEndpoint* endpoint, const
     if (customName == Provider::kDefaultName) {
         ALOGW("the default value can't be updated, %d", 499);
     }
-    return replaceRow("DELETE FROM " + getTableName(PROFILE_ENDPOINT) + " WHERE custom_name='" +
-                              sqlText(customName) + "' AND profile_id='" +
+    return replaceRow(PROFILE_ENDPOINT, *endpoint, endpoint->toString(), customName,
+                      "custom_name='" + sqlText(customName) + "' AND profile_id='" +
                               std::to_string(endpoint->getProfileId()) + "' AND endpoint='" +
                               endpointName(endpoint->getEndpoint()) + "'",
-                      [&] { return insertValue(endpoint, customName, endpoint->getId()); });
+                      rowId, [&] { return insertValue(endpoint, customName, endpoint->getId()); });
+}
+
+int64_t DatabaseHelper::onlyRowId(const std::vector<RowData>& rows) {
+    int64_t rowId = -1;
+    int found = 0;
+    for (const RowData& cell : rows) {
+        if (cell.name == "rowid") {
+            rowId = cellId(cell);
+            ++found;
+        }
+    }
+    return found == 1 ? rowId : -1;
 }
 
 bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* record) const {
@@ -1078,7 +1126,7 @@ bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::str
 }
 
 bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::string& customName,
-                                   GeqPreset* preset) {
+                                   GeqPreset* preset, int64_t* rowId) {
     Guard guard(mLock);
     if (preset == nullptr) {
         ALOGE("GeqPreset doesn't exist!");
@@ -1092,11 +1140,14 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
             preset->setId(cellId(cell));
         }
     }
+    if (rowId != nullptr) {
+        *rowId = onlyRowId(rows);
+    }
     return !rows.empty();
 }
 
 bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
-                                       Profile* profile) {
+                                       Profile* profile, int64_t* rowId) {
     Guard guard(mLock);
     if (profile == nullptr) {
         ALOGE("Profile doesn't exist!");
@@ -1119,11 +1170,15 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
             profile->setSelectedGeqPreset(cellInt(cell));
         }
     }
+    if (rowId != nullptr) {
+        *rowId = onlyRowId(rows);
+    }
     return !rows.empty();
 }
 
 bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
-                                        const std::string& customName, ProfileEndpoint* endpointRecord) {
+                                        const std::string& customName, ProfileEndpoint* endpointRecord,
+                                        int64_t* rowId) {
     Guard guard(mLock);
     if (endpointRecord == nullptr) {
         ALOGE("Endpoint doesn't exist!");
@@ -1148,6 +1203,9 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
                       static_cast<int>(endpointRecord->getSelectedIeqPreset()));
             }
         }
+    }
+    if (rowId != nullptr) {
+        *rowId = onlyRowId(rows);
     }
     return !rows.empty();
 }

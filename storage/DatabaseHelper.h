@@ -136,21 +136,30 @@ public:
     bool clearOemTunings();
     bool clearOemDeviceTunings();
 
-    // Replace the record's row of `customName` (delete, then insert with the
-    // record's id). The "default" GEQ row is never replaced; the "default"
-    // profile and endpoint rows are replaced with a warning. A failed insert
-    // restores the deleted row.
-    bool updateGeqValue(GeqPreset* preset, const std::string& customName);
-    bool updateProfileValue(Profile* profile, const std::string& customName);
-    bool updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName);
+    // Replace the record's row of `customName`: its values and the record's
+    // id. The "default" GEQ row is never replaced; the "default" profile and
+    // endpoint rows are replaced with a warning. With the rowid a lookup gave
+    // (`rowId`), the row is updated where it stands, without a scan of the
+    // table; otherwise (or when that row is no longer the record's) every
+    // matching row is deleted and one inserted, whose rowid `rowId` then
+    // receives. A failed insert restores the deleted rows.
+    bool updateGeqValue(GeqPreset* preset, const std::string& customName, int64_t* rowId = nullptr);
+    bool updateProfileValue(Profile* profile, const std::string& customName, int64_t* rowId = nullptr);
+    bool updateProfileEndpointValue(ProfileEndpoint* endpoint, const std::string& customName,
+                                    int64_t* rowId = nullptr);
 
     // Fill the record from its row; true when a row was found. An IEQ preset
     // type is stored as its decimal number, which `presetType` must give.
+    // `rowId`, when given, receives the rowid of the one row found, or -1
+    // when none or several were.
     bool queryIeqValue(const std::string& presetType, const std::string& customName, IeqPreset* preset);
-    bool queryGeqValue(const std::string& profileId, const std::string& customName, GeqPreset* preset);
-    bool queryProfileValue(const std::string& profileId, const std::string& customName, Profile* profile);
+    bool queryGeqValue(const std::string& profileId, const std::string& customName, GeqPreset* preset,
+                       int64_t* rowId = nullptr);
+    bool queryProfileValue(const std::string& profileId, const std::string& customName, Profile* profile,
+                           int64_t* rowId = nullptr);
     bool queryEndpointValue(const std::string& profileId, const std::string& endpoint,
-                            const std::string& customName, ProfileEndpoint* endpointRecord);
+                            const std::string& customName, ProfileEndpoint* endpointRecord,
+                            int64_t* rowId = nullptr);
     bool queryTuning(const std::string& name, Tuning* tuning);
     // The `name` of every profile row of `customName`, in row order; false
     // when the table could not be read.
@@ -192,9 +201,17 @@ private:
     void failTransaction(int result);
     void initParameterNameMap();
     bool updateConfigurationValue(const std::string& key, const std::string& value);
-    // Runs `deleteSql` then `insert` inside a savepoint, so a failure keeps the old row.
+    // The stored text of each value column of `type`, from a record's text form.
+    std::vector<std::string> valuesByColumn(TableType type, const std::string& text) const;
+    // The UPDATE of the one row at `rowId` that still meets `conditions`;
+    // false when no row changed.
+    bool updateInPlace(TableType type, const ParameterValues& record, const std::string& text,
+                       const std::string& customName, const std::string& conditions, int64_t rowId);
+    // updateInPlace, or else the DELETE of the rows meeting `conditions` and
+    // `insert` inside a savepoint, so a failure keeps the old rows.
     template <typename Insert>
-    bool replaceRow(const std::string& deleteSql, Insert insert);
+    bool replaceRow(TableType type, const ParameterValues& record, const std::string& text,
+                    const std::string& customName, const std::string& conditions, int64_t* rowId, Insert insert);
     // The cells of a held table's rows by key (the values of the key columns,
     // which must all be text to match), row after row in table order.
     using HeldTable = std::map<std::vector<std::string>, std::vector<RowData>>;
@@ -211,6 +228,8 @@ private:
     // The rows `where` selects: the held ones, or those of
     // "SELECT * FROM table WHERE column='value' AND ..." kept in `fetched`.
     const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched);
+    // The rowid of the one row whose cells `rows` holds; -1 for none or several.
+    static int64_t onlyRowId(const std::vector<RowData>& rows);
     // Applies a cell to `record` when its column is a parameter; false otherwise.
     bool setParameterCell(const RowData& cell, ParameterValues* record) const;
     // The columns of the table called `table`, without `_id` and `custom_name`;

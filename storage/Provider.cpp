@@ -136,8 +136,8 @@ void Provider::initDatabase() {
     mHelper->init();
 }
 
-void Provider::setTevOn(bool on) {
-    mHelper->updateTevStatus(kTevState, on);
+bool Provider::setTevOn(bool on) {
+    return mHelper->updateTevStatus(kTevState, on);
 }
 
 void Provider::updateDeviceTuning(const std::string& key, const std::string& value) {
@@ -170,8 +170,8 @@ Profile* Provider::loadProfileRecord(int index, const char* customName, bool isD
         return nullptr;
     }
     Profile* record = isDefault ? profile->defaultProfile.get() : profile->customProfile.get();
-    settleLoaded(record, mHelper->queryProfileValue(std::to_string(index), customName, record), isDefault,
-                 "row for profile " + std::to_string(index));
+    settleLoaded(record, mHelper->queryProfileValue(std::to_string(index), customName, record, &mRowIds[record]),
+                 isDefault, "row for profile " + std::to_string(index));
     return record;
 }
 
@@ -179,8 +179,8 @@ Profile* Provider::loadDefaultProfile(int index) {
     return loadProfileRecord(index, kDefaultName, true);
 }
 
-void Provider::setSelectedProfile(int index) {
-    mHelper->updateSelectedProfile(kSelectedProfile, std::to_string(index));
+bool Provider::setSelectedProfile(int index) {
+    return mHelper->updateSelectedProfile(kSelectedProfile, std::to_string(index));
 }
 
 ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool isDefault) {
@@ -196,7 +196,8 @@ ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool
     ProfileEndpoint* record = isDefault ? profile->defaultEndpoints[endpoint].get()
                                         : profile->customEndpoints[endpoint].get();
     settleLoaded(record,
-                 mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record),
+                 mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record,
+                                             &mRowIds[record]),
                  isDefault, "row for profile " + std::to_string(index) + " endpoint " + endpointName(endpoint));
     return record;
 }
@@ -233,7 +234,7 @@ bool Provider::save(Profile* profile) {
         ALOGE("%s(): no profile to save", __func__);
         return false;
     }
-    bool saved = mHelper->updateProfileValue(profile, kCustomName);
+    bool saved = mHelper->updateProfileValue(profile, kCustomName, &mRowIds[profile]);
     if (saved) {
         profile->setDirty(false);
     }
@@ -245,7 +246,7 @@ bool Provider::save(ProfileEndpoint* endpoint) {
         ALOGE("%s(): no profile endpoint to save", __func__);
         return false;
     }
-    bool saved = mHelper->updateProfileEndpointValue(endpoint, kCustomName);
+    bool saved = mHelper->updateProfileEndpointValue(endpoint, kCustomName, &mRowIds[endpoint]);
     if (saved) {
         endpoint->setDirty(false);
     }
@@ -257,7 +258,7 @@ bool Provider::save(GeqPreset* preset) {
         ALOGE("%s(): no GEQ preset to save", __func__);
         return false;
     }
-    bool saved = mHelper->updateGeqValue(preset, kCustomName);
+    bool saved = mHelper->updateGeqValue(preset, kCustomName, &mRowIds[preset]);
     if (saved) {
         preset->setDirty(false);
     }
@@ -428,8 +429,8 @@ GeqPreset* Provider::loadGeqRecord(int index, bool isDefault) {
         return nullptr;
     }
     GeqPreset* record = isDefault ? profile->defaultGeq.get() : profile->customGeq.get();
-    settleLoaded(record, mHelper->queryGeqValue(std::to_string(index), customName, record), isDefault,
-                 "GEQ preset row for profile " + std::to_string(index));
+    settleLoaded(record, mHelper->queryGeqValue(std::to_string(index), customName, record, &mRowIds[record]),
+                 isDefault, "GEQ preset row for profile " + std::to_string(index));
     return record;
 }
 

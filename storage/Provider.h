@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "model/DeviceTuning.h"
@@ -64,11 +65,12 @@ public:
     // The device tunings of `port`, cached on first use. The cache owns them.
     virtual std::set<DeviceTuning*> loadDeviceTuningsForPort(Port port);
     virtual void initDatabase();
-    virtual void setTevOn(bool on);
+    // The setters below write at once; false when the write failed.
+    virtual bool setTevOn(bool on);
     virtual void updateDeviceTuning(const std::string& key, const std::string& value);
     // Null for an index outside 0 .. getNumOfProfiles() - 1.
     virtual Profile* loadDefaultProfile(int index);
-    virtual void setSelectedProfile(int index);
+    virtual bool setSelectedProfile(int index);
     // One record per Endpoint, always; empty for an index out of range.
     virtual std::set<ProfileEndpoint*> loadDefaultProfileEndpoints(int index);
     virtual std::set<ProfileEndpoint*> loadProfileEndpoints(int index);
@@ -151,6 +153,9 @@ private:
     Tuning* findCachedTuning(const std::string& name) const;
 
     std::unique_ptr<DatabaseHelper> mHelper;
+    // Where each loaded record's row stands (its rowid), so that a save
+    // updates it there instead of searching the table; -1 when unknown.
+    std::unordered_map<const ParameterValues*, int64_t> mRowIds;
     std::set<Tuning*> mTunings;
     std::vector<std::unique_ptr<ProfileRecords>> mProfiles;
     int32_t mNumProfiles = 0;
