@@ -45,6 +45,23 @@ protected:
     TempRoot mRoot;
 };
 
+// A command that changes nothing writes nothing: the file stays as it was,
+// byte for byte; one that changes a value writes it.
+TEST_F(SettingsKeptTest, CommandsThatChangeNothingLeaveTheDatabaseAsItWas) {
+    set(1, 5);
+    const std::string stored = readFile(database());
+    const std::vector<std::vector<std::string>> kReaders = {
+        {"get", "108", "--profile", "1"}, {"status"}, {"profiles"}, {"engine"}, {"devices", "0"},
+        {"set", "108", "5", "--profile", "1"}, {"select", "0"}, {"on"},
+    };
+    for (const std::vector<std::string>& command : kReaders) {
+        ASSERT_EQ(0, run(command).status) << command[0];
+        EXPECT_TRUE(stored == readFile(database())) << command[0] << " rewrote the settings database";
+    }
+    set(1, 6);
+    EXPECT_FALSE(stored == readFile(database()));
+}
+
 TEST_F(SettingsKeptTest, ParallelRunsKeepEveryAcknowledgedWrite) {
     constexpr int kProcesses = 4;
     constexpr int kWrites = 5;
@@ -82,6 +99,7 @@ struct Hold {
     int status;             // of the command
     const char* message;    // on stderr when refused
     const char* stored;     // the value 108 of profile 1 afterwards
+    int withinMillis = 0;   // how soon the command must end; 0: no limit
 };
 
 void PrintTo(const Hold& hold, std::ostream* out) {
@@ -101,11 +119,16 @@ TEST_P(HeldDatabaseTest, WaitsThenWorksOrRefusesWithoutLosingSettings) {
         std::this_thread::sleep_for(milliseconds(hold.millis));
         sqlite3_exec(other, "COMMIT", nullptr, nullptr, nullptr);
     });
+    const auto start = std::chrono::steady_clock::now();
     const ToolRun done = run(hold.args);
+    const auto took = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
     release.join();
     sqlite3_close_v2(other);
 
     EXPECT_EQ(hold.status, done.status) << done.err;
+    if (hold.withinMillis > 0) {
+        EXPECT_LT(took.count(), hold.withinMillis) << "a command that changes nothing waited to write";
+    }
     if (hold.status != 0) {
         EXPECT_NE(std::string::npos, done.err.find(hold.message)) << done.err;
         EXPECT_NE(std::string::npos, done.err.find(database())) << done.err;
@@ -122,6 +145,8 @@ INSTANTIATE_TEST_SUITE_P(Holds, HeldDatabaseTest, ::testing::Values(
         Hold{"GetWhileBrieflyLocked", "BEGIN EXCLUSIVE", 500, {"get", "108", "--profile", "1"}, 0, "", "5"},
         Hold{"GetWhileLockedTooLong", "BEGIN EXCLUSIVE", kBeyondOneWait, {"get", "108", "--profile", "1"}, 1,
              "busy", "5"},
+        Hold{"GetWhileWritesAreHeld", "BEGIN IMMEDIATE", kBeyondOneWait, {"get", "108", "--profile", "1"}, 0, "",
+             "5", DatabaseHelper::kBusyTimeoutMs / 2},
         Hold{"SetWhileBrieflyLocked", "BEGIN EXCLUSIVE", 500, {"set", "108", "3", "--profile", "1"}, 0, "", "3"},
         Hold{"SetWhileLockedTooLong", "BEGIN EXCLUSIVE", kBeyondOneWait, {"set", "108", "3", "--profile", "1"}, 1,
              "busy", "5"},

@@ -161,6 +161,36 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
     EXPECT_TRUE(provider.loadProfile(0)->equals(*provider.loadDefaultProfile(0)));
 }
 
+// A save finds the user's row where the load saw it, without a search of
+// the table; when that place is unknown (two rows claim the record) it
+// replaces them all, so the next load reads what was saved.
+TEST_F(ProviderTest, SaveUpdatesTheUsersRowWhereItStandsAndMendsDuplicates) {
+    const std::string kRowOfProfile0 = "SELECT rowid FROM profiles WHERE custom_name='custom' AND profile_id='0'";
+    const std::string kCountOfProfile0 = "SELECT COUNT(*) FROM profiles WHERE custom_name='custom' AND profile_id='0'";
+    {
+        Provider provider;
+        populate(provider);
+        ASSERT_EQ(provider.init(), 0);
+        const std::string before = sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kRowOfProfile0);
+        Profile* profile = provider.loadProfile(0);
+        profile->set(reverb_suppression_amount, {55});
+        ASSERT_TRUE(provider.save(profile));
+        EXPECT_EQ(before, sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kRowOfProfile0))
+                << "the row was written elsewhere";
+        DatabaseHelper(Provider::kDatabaseFile)
+                .execSQL("INSERT INTO profiles SELECT * FROM profiles WHERE custom_name='custom' AND profile_id='0'");
+    }
+    Provider provider;
+    ASSERT_EQ(provider.init(), 0);
+    Profile* profile = provider.loadProfile(0);
+    profile->set(reverb_suppression_amount, {66});
+    ASSERT_TRUE(provider.save(profile));
+    EXPECT_EQ("1", sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kCountOfProfile0));
+    Provider reopened;
+    ASSERT_EQ(reopened.init(), 0);
+    EXPECT_EQ(valuesOf(reopened.loadProfile(0), reverb_suppression_amount), Values{66});
+}
+
 // Devices naming one tuning share one object; only devices whose tuning
 // exists are served; a reload serves new records and leaves the ones held by
 // readers on other threads as they were.
