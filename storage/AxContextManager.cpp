@@ -59,17 +59,40 @@ void AxContextManager::init() {
         return;
     }
     mSettingsLock = std::move(settingsLock);
+    // Damage that the start's reads meet is handled as damage found on open:
+    // the file is moved aside and the start begins again on a new one.
+    if (loadLocked(file) || !mProvider || !mProvider->isDamaged()) {
+        return;
+    }
+    mContext.reset();
+    mObservable.reset();
+    const std::string aside = mProvider->setAsideDamaged();
+    mProvider.reset();
+    if (aside.empty()) {
+        mStartProblem = "the settings database " + DevicePaths::dataDirectory() + Provider::kDatabaseFile +
+                        " is damaged and cannot be moved aside";
+        ALOGE("%s", mStartProblem.c_str());
+        releaseLocked();
+        return;
+    }
+    mStartProblem.clear();
+    loadLocked(file);
+}
+
+bool AxContextManager::loadLocked(const std::string& file) {
     mProvider = std::make_unique<Provider>();
     if (!mProvider->getOpenProblem().empty()) {
         mStartProblem = mProvider->getOpenProblem();
         ALOGE("%s: the settings are not loaded", mStartProblem.c_str());
         releaseLocked();
-        return;
+        return false;
     }
     const bool rebuilt = initDatabase(*mProvider, file, false);
     if (!mStartProblem.empty()) {
-        releaseLocked();
-        return;
+        if (!mProvider->isDamaged()) {
+            releaseLocked();
+        }
+        return false;
     }
     // From here the start only reads, and the load looks up every profile's
     // and every device's rows: see Provider::holdTableRows. A rebuild's
@@ -89,6 +112,11 @@ void AxContextManager::init() {
         mObservable = std::make_unique<AxContextChangeObservable>();
         mContext = std::make_unique<AxContext>(mProvider.get(), mObservable.get());
         mContext->load();
+        // The factory curves are read now, with every other table, rather than
+        // at the first refresh.
+        for (size_t type = 0; type < kPresetTypeCount; ++type) {
+            mProvider->loadIeqPreset(static_cast<PresetType>(type));
+        }
     } else {
         mStartProblem = result == -19 ? "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " holds no profile and " + file +
@@ -99,6 +127,7 @@ void AxContextManager::init() {
     mProvider->releaseTableRows();
     mParser.reset();
     mBuilding.reset();
+    return result == 0 && !mProvider->isDamaged();
 }
 
 void AxContextManager::releaseLocked() {

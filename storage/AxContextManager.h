@@ -50,6 +50,9 @@ private:
     ~AxContextManager();
 
     void releaseLocked();
+    // Opens the database, rebuilds it when the default file changed and loads
+    // the context; true when the context is up on a sound database.
+    bool loadLocked(const std::string& file);
     // Rebuilds the database when the default file changed, or always with
     // `force`; true when a rebuild was committed. Sets mStartProblem when the
     // stored signature could not be read.

@@ -228,7 +228,7 @@ std::string findDamage(sqlite3* db, bool* busy) {
 
 // A database holding some but not all of the tables was not written by this
 // service, whose schema changes happen in one transaction.
-std::string findPartialSchema(sqlite3* db) {
+std::string findPartialSchema(sqlite3* db, bool* busy) {
     std::string sql = "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN (";
     for (const char* table : kTableNames) {
         sql += std::string("'") + table + "',";
@@ -240,6 +240,7 @@ std::string findPartialSchema(sqlite3* db) {
         ret = sqlite3_step(count.get());
     }
     if (ret != SQLITE_ROW) {
+        *busy = isBusyCode(ret);
         return isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
     }
     const int tables = sqlite3_column_int(count.get(), 0);
@@ -257,6 +258,12 @@ std::string cellString(sqlite3_stmt* stmt, int column) {
 
 bool pathExists(const std::string& path) {
     return access(path.c_str(), F_OK) == 0;
+}
+
+// 0 for a file that is missing.
+off_t fileSize(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 ? info.st_size : 0;
 }
 
 // The cells of the statement's current row, in column order.
@@ -405,8 +412,16 @@ void DatabaseHelper::open() {
     if (raw == nullptr) {
         return;
     }
+    // The full check reads every page: it runs only after a crash left a
+    // journal, or after damage was met while the database was in use. Other
+    // damage shows in the result codes of the start's own reads.
+    const std::string marker = path + kCheckMarkerSuffix;
+    const bool check = fileSize(path + "-journal") > 0 || pathExists(marker);
     bool busy = false;
-    std::string damage = findDamage(raw, &busy);
+    std::string damage = check ? findDamage(raw, &busy) : std::string();
+    if (damage.empty() && !busy) {
+        damage = findPartialSchema(raw, &busy);
+    }
     if (busy) {
         // Nothing read now can be trusted to tell an unchanged database from
         // a changed one: the start must not go on over it.
@@ -417,13 +432,14 @@ void DatabaseHelper::open() {
         return;
     }
     if (damage.empty()) {
-        damage = findPartialSchema(raw);
-    }
-    if (damage.empty()) {
+        if (check) {
+            std::remove(marker.c_str());
+        }
         mDb.reset(raw);
         return;
     }
     sqlite3_close_v2(raw);
+    std::remove(marker.c_str());
     const std::string aside = setAside(path);
     if (aside.empty()) {
         mOpenProblem = "settings database " + path + " is damaged (" + damage + ") and cannot be moved aside";
@@ -499,10 +515,34 @@ std::string DatabaseHelper::describeError(int code) const {
 void DatabaseHelper::logFailure(int result) {
     failTransaction(result);
     ALOGE("SQLite error %d: %s", result, mDb ? sqlite3_errmsg(mDb.get()) : sqlite3_errstr(result));
-    if (isDamageCode(result)) {
+    if (isDamageCode(result) && !mDamaged) {
+        mDamaged = true;
         ALOGE("the settings database %s is damaged; it is moved aside at the next start",
               getPath().c_str());
+        // Tells the next start to check the whole file.
+        std::FILE* marker = std::fopen((getPath() + kCheckMarkerSuffix).c_str(), "w");
+        if (marker != nullptr) {
+            std::fclose(marker);
+        }
     }
+}
+
+std::string DatabaseHelper::setAsideDamaged() {
+    Guard guard(mLock);
+    mHeld.clear();
+    mReadTransaction = false;
+    for (Statement& count : mCounts) {
+        count.reset();
+    }
+    mDb.reset();
+    const std::string path = getPath();
+    std::remove((path + kCheckMarkerSuffix).c_str());
+    const std::string aside = setAside(path);
+    if (!aside.empty()) {
+        ALOGE("settings database %s is damaged: moved to %s, a new one is built from the tuning files",
+              path.c_str(), aside.c_str());
+    }
+    return aside;
 }
 
 void DatabaseHelper::initParameterNameMap() {
@@ -809,6 +849,9 @@ bool DatabaseHelper::readHeldTable(TableType type, const std::vector<std::string
         if (key.size() == keyIndexes.size()) {
             appendCells(stmt, columns, (*held)[std::move(key)]);
         }
+    }
+    if (ret != SQLITE_DONE && (isDamageCode(ret) || isBusyCode(ret))) {
+        logFailure(ret);
     }
     return ret == SQLITE_DONE;
 }

@@ -55,10 +55,13 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 // Another program may hold the file for a while: every statement waits for
 // it up to kBusyTimeoutMs, then fails with SQLITE_BUSY.
 //
-// On open, a file that is no database, fails SQLite's quick check or holds
-// only part of the schema is moved aside as "<name>.damaged-<seconds>" and a
-// new database takes its place, which the start-up loader then builds from the
-// tuning files.
+// On open, a file that is no database or holds only part of the schema is
+// moved aside as "<name>.damaged-<seconds>" and a new database takes its
+// place, which the start-up loader then builds from the tuning files. SQLite's
+// quick check, which reads every page, runs only when a journal shows that the
+// last writer did not finish, or when damage was met while the database was
+// in use; other damage shows in the result codes of the start's reads (see
+// isDamaged).
 class DatabaseHelper {
 public:
     explicit DatabaseHelper(const std::string& fileName);
@@ -67,6 +70,9 @@ public:
     DatabaseHelper& operator=(const DatabaseHelper&) = delete;
 
     static constexpr int kBusyTimeoutMs = 3000;
+    // Beside the database while damage met in use waits for the next start's
+    // full check.
+    static constexpr const char* kCheckMarkerSuffix = ".check";
 
     bool isOpen() const { return mDb != nullptr; }
     // Why the database cannot serve, naming the path and the cause (missing
@@ -76,6 +82,11 @@ public:
     // The SQLite result code of the failure that rolled back the last
     // transaction; SQLITE_OK (0) when it was committed.
     int getLastTransactionError() const;
+    // Whether a statement met damage (SQLITE_CORRUPT, SQLITE_NOTADB).
+    bool isDamaged() const { return mDamaged; }
+    // Closes the connection and moves the damaged file aside; the name it
+    // was moved to, "" when it could not be moved. The helper serves no more.
+    std::string setAsideDamaged();
     // A sentence for people on what SQLite's result `code` means for the
     // settings database: busy, read-only, removed, disk full, ...
     std::string describeError(int code) const;
@@ -255,6 +266,7 @@ private:
     bool mTransactionFailed = false;
     int mTransactionError = 0;
     int mNestedBegins = 0;
+    bool mDamaged = false;
     int mLastTransactionError = 0;
     mutable std::recursive_mutex mLock;
 };

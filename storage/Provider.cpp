@@ -41,6 +41,14 @@ std::string Provider::getLastTransactionProblem() const {
     return mHelper->describeError(mHelper->getLastTransactionError());
 }
 
+bool Provider::isDamaged() const {
+    return mHelper->isDamaged();
+}
+
+std::string Provider::setAsideDamaged() {
+    return mHelper->setAsideDamaged();
+}
+
 bool Provider::readConfigurationValue(const std::string& key, std::string* value) {
     return mHelper->queryConfigurationValue(key, value);
 }

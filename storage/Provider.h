@@ -53,6 +53,9 @@ public:
     const std::string& getOpenProblem() const;
     // Why the last transaction was rolled back, for people; "" when it was committed.
     std::string getLastTransactionProblem() const;
+    // Whether a read or write met damage; see DatabaseHelper::setAsideDamaged.
+    bool isDamaged() const;
+    std::string setAsideDamaged();
 
     virtual ~Provider();
     // The stored selected profile index; -1 when none is stored.
