@@ -41,7 +41,9 @@ int usage() {
                  "       orvax_probe change N [FILE]          N parameter changes (AxManager::setParameter, id %d),\n"
                  "                                            the only part callgrind instruments\n"
                  "       orvax_probe serviceset N [CLIENTS]   N sets of id %d through setTevParam to the store and\n"
-                 "                                            CLIENTS clients (16), the only part callgrind instruments\n",
+                 "                                            CLIENTS clients (16), the only part callgrind instruments\n"
+                 "       orvax_probe save FILE                on a database built from FILE, one value changed and\n"
+                 "                                            saved; callgrind counts the save alone\n",
                  kSteadySets, kDialogEnhancerAmountId, kDialogEnhancerAmountId);
     return 2;
 }
@@ -235,6 +237,33 @@ int runChange(int argc, char** argv) {
     return result == 0 ? 0 : fail("a change was refused", "");
 }
 
+int runSave(int argc, char** argv) {
+    if (argc != 3) {
+        return usage();
+    }
+    BenchRoot root;
+    if (!root.isValid() || !root.installDefault(argv[2])) {
+        return fail("cannot install", argv[2]);
+    }
+    int result = 0;
+    {
+        AxManager manager;
+        if (manager.init() != 0) {
+            return fail("the settings do not load from", argv[2]);
+        }
+        AxContext* context = manager.getAxContext();
+        // A first save after a change, so that the one measured is a steady one.
+        manager.setParameter(0, kDialogEnhancerAmountId, {3});
+        result |= context->save() ? 0 : 1;
+        manager.setParameter(0, kDialogEnhancerAmountId, {4});
+        CALLGRIND_TOGGLE_COLLECT;
+        result |= context->save() ? 0 : 1;
+        CALLGRIND_TOGGLE_COLLECT;
+    }
+    AxContextManager::getInstance().release();
+    return result == 0 ? 0 : fail("a save failed", "");
+}
+
 }  // namespace
 }  // namespace orvan::bench
 
@@ -250,6 +279,7 @@ int main(int argc, char** argv) {
     } kCommands[] = {
         {"generate", runGenerate},   {"check", runCheck},           {"coldstart", runColdStart},
         {"warmstart", runWarmStart}, {"serviceset", runServiceSet}, {"change", runChange},
+        {"save", runSave},
     };
     for (const auto& command : kCommands) {
         if (std::strcmp(argv[1], command.name) == 0) {
