@@ -8,6 +8,7 @@
 #include <log/log.h>
 
 #include "tuningfile/IntegerText.h"
+#include "tuningfile/TuningFileReader.h"
 
 namespace orvan {
 namespace {
@@ -58,8 +59,12 @@ int TagIterator::init(const std::string& path) {
     const xmlGenericErrorFunc savedHandler = xmlGenericError;
     void* const savedContext = xmlGenericErrorContext;
     xmlSetGenericErrorFunc(nullptr, ignoreGenericError);
-    mDocument.reset(xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+    TuningFileReader::Refusal refusal;
+    mDocument.reset(TuningFileReader::read(path, XML_PARSE_NOERROR | XML_PARSE_NOWARNING, &refusal));
     xmlSetGenericErrorFunc(savedContext, savedHandler);
+    if (!mDocument && !refusal.message.empty()) {
+        return -22;  // logged with the file and the line
+    }
     if (!mDocument) {
         ALOGE("fail to call xmlReadFile,  %d", 46);
         const xmlError* error = xmlGetLastError();

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -120,6 +121,15 @@ TEST(OrvaxctlRootTest, ARootWithoutATuningFileIsRefusedAndLeftAlone) {
     EXPECT_FALSE(std::ifstream(root.under("/data/vendor/orvan/zel_sqlite3.db")).good());
 }
 
+TEST(OrvaxctlRootTest, AnInstallThatFailsSaysWhy) {
+    TempRoot root;
+    std::filesystem::create_directories(root.under("/vendor/etc/orvan/zel-default.xml/in-the-way"));
+    const ToolRun run = orvaxctl(root, {"install"});
+    EXPECT_EQ(1, run.status);
+    EXPECT_NE(std::string::npos, run.err.find("Is a directory")) << run.err;
+    EXPECT_EQ(std::string::npos, run.err.find("Success")) << run.err;
+}
+
 // Each case changes one line of the bundled default file.
 struct BrokenFile {
     const char* name;
@@ -144,6 +154,8 @@ TEST(OrvaxctlCheckTest, ReportsTheLineOfWhatIsBroken) {
         {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", true, "profile id 1 is used again"},
         {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>",
          true, "output-mode"},
+        {"entity declarations", "<orvan_tuning>", "<!DOCTYPE orvan_tuning [<!ENTITY e \"1\">]><orvan_tuning>", true,
+         "document type declaration"},
     };
     const std::string bundled = readFile(sourcePath("data/zel-default.xml"));
     const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;

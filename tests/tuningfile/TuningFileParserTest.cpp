@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
+#include <libxml/tree.h>
+
+#include <chrono>
+#include <filesystem>
 
 #include "tests/common/TempRoot.h"
 #include "tuningfile/TagIterator.h"
 #include "tuningfile/TuningFileParser.h"
+#include "tuningfile/TuningFileReader.h"
 
 namespace orvan {
 namespace {
@@ -101,6 +106,49 @@ TEST_F(TuningFileParserTest, UnreadableFilesKeepThePreviousDataSet) {
         EXPECT_EQ(only(data->getTunings())->getName(), "t");
         EXPECT_EQ(mParser.getProfileName(0), "kept");
     }
+}
+
+// A tuning file has no use for a DTD, and entities declared in one could make
+// a small file expand without bound: such files, and oversized ones, are
+// refused before anything is expanded, with the line where the DTD starts.
+TEST_F(TuningFileParserTest, DtdsEntitiesAndOversizedFilesAreRefusedBeforeAnythingExpands) {
+    const std::string laughs = "<!DOCTYPE orvan_tuning [<!ENTITY a \"" + std::string(2000, '1') +
+                               "\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">]>";
+    std::string manyRefs;
+    for (int i = 0; i < 20000; ++i) {
+        manyRefs += "&b;";
+    }
+    const struct {
+        const char* name;
+        std::string text;
+        int line;  // of our refusal; 0: libxml2 refuses on its own
+    } kRefused[] = {
+        {"internal subset", "<?xml version=\"1.0\"?>\n\n<!DOCTYPE orvan_tuning [<!ENTITY e \"1\">]>\n<orvan_tuning/>", 3},
+        {"external subset only", "<!DOCTYPE orvan_tuning SYSTEM \"tuning.dtd\"><orvan_tuning/>", 1},
+        {"entities used many times", laughs + "\n<orvan_tuning><profile id=\"0\" name=\"" + manyRefs + "\"/></orvan_tuning>", 1},
+        {"undeclared entity", "<orvan_tuning><profile id=\"0\" name=\"&e;\"/></orvan_tuning>", 0},
+    };
+    for (const auto& file : kRefused) {
+        const std::string path = writeFile(mRoot, "refused.xml", file.text);
+        const auto start = std::chrono::steady_clock::now();
+        TuningFileReader::Refusal refusal;
+        xmlDoc* document = TuningFileReader::read(path, 0, &refusal);
+        EXPECT_EQ(document, nullptr) << file.name;
+        xmlFreeDoc(document);
+        EXPECT_EQ(refusal.line, file.line) << file.name;
+        EXPECT_EQ(refusal.message.empty(), file.line == 0) << file.name;
+        EXPECT_EQ(mParser.setTuningFile(path), -22) << file.name;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << file.name;
+    }
+
+    const std::string huge = writeFile(mRoot, "huge.xml", "<orvan_tuning/>");
+    std::filesystem::resize_file(huge, static_cast<uintmax_t>(TuningFileReader::kMaxBytes) + 1);
+    TuningFileReader::Refusal refusal;
+    EXPECT_EQ(TuningFileReader::read(huge, 0, &refusal), nullptr);
+    EXPECT_NE(refusal.message.find("64 MiB"), std::string::npos) << refusal.message;
+
+    // What XML itself defines stays allowed.
+    EXPECT_EQ(only(parse(R"(<profile id="0" name="a&amp;b&#65;&lt;"/>)").getProfiles())->getName(), "a&bA<");
 }
 
 // The parser walks a file with this cursor; a walk off the end must be harmless.

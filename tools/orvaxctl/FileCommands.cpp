@@ -43,17 +43,21 @@ bool writeFile(const std::string& path, const std::string& content, std::string*
     }
     const std::string temporary = path + ".new";
     {
+        errno = 0;
         std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
         out << content;
         if (!out.flush()) {
-            *error = "cannot write " + temporary + ": " + std::strerror(errno);
+            // A stream need not set errno; never report a failure as "Success".
+            *error = "cannot write " + temporary + ": " + (errno != 0 ? std::strerror(errno) : "write failed");
             return false;
         }
     }
     fs::rename(temporary, path, code);
     if (code) {
-        fs::remove(temporary, code);
-        *error = "cannot replace " + path + ": " + code.message();
+        const std::string reason = code.message();
+        std::error_code ignored;
+        fs::remove(temporary, ignored);
+        *error = "cannot replace " + path + ": " + reason;
         return false;
     }
     return true;

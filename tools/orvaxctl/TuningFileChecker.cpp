@@ -24,6 +24,7 @@
 #include "tuningfile/RowDataValueSetter.h"
 #include "tuningfile/SetterCollection.h"
 #include "tuningfile/TuningFileParser.h"
+#include "tuningfile/TuningFileReader.h"
 
 namespace orvan::tool {
 namespace {
@@ -180,9 +181,14 @@ bool TuningFileChecker::check(const std::string& path) {
 
     std::vector<CollectedError> parseErrors;
     DocumentPtr document;
+    TuningFileReader::Refusal refusal;
     {
         ErrorCollector collector(&parseErrors);
-        document.reset(xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_BIG_LINES));
+        document.reset(TuningFileReader::read(path, XML_PARSE_BIG_LINES, &refusal));
+    }
+    if (!refusal.message.empty()) {
+        add(refusal.line, true, refusal.message);
+        return false;
     }
     if (document == nullptr || xmlDocGetRootElement(document.get()) == nullptr) {
         ALOGE("%s is not well-formed XML", path.c_str());
