@@ -252,13 +252,15 @@ DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider
         }
     }
     ALOGD("Tuning XML file has been updated");
+    // Taken before the parse: a file replaced in between then makes the next
+    // start rebuild once more, never keep a database of other bytes.
+    if (signature->getDigest().empty()) {
+        return nullptr;  // read above, unreadable now: logged
+    }
     auto parser = std::make_unique<TuningFileParser>();
     if (parser->setTuningFile(file) != 0 || parser->getDeviceData() == nullptr) {
         ALOGE("XML parses error!!");
         return nullptr;
-    }
-    if (signature->getDigest().empty()) {
-        return nullptr;  // read above, unreadable now: logged
     }
     DeviceData* data = parser->getDeviceData();
     data->setSignature(signature->getSeconds());
