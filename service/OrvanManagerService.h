@@ -36,7 +36,8 @@ namespace android {
 // rotated left by 8 bits, so a client puts the event number in byte 3. Nothing
 // is read or written past a blob's length: missing words read as 0 (logged).
 //
-// Thread-safe. Lock order: the client lock, then the sound context's lock.
+// Thread-safe. Lock order: the client lock, the context manager's lock, the
+// sound context's lock, then the settings database's lock (innermost).
 // Client callbacks run under the client lock on the event handler thread, so
 // they may query but must not register, unregister or wait for events. Until
 // the first registration with a callback has initialised the manager, queries
