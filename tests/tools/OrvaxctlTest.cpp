@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/common/TempRoot.h"
+#include "tests/common/ToolRun.h"
 
 namespace orvan {
 namespace {
@@ -17,8 +18,7 @@ namespace {
 using test::readFile;
 using test::sourcePath;
 using test::TempRoot;
-
-struct ToolRun { int status; std::string out; std::string err; };
+using test::ToolRun;
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> result;
@@ -29,16 +29,8 @@ std::vector<std::string> lines(const std::string& text) {
     return result;
 }
 
-// Runs the built tool on `root` as a person would, in its own process.
 ToolRun orvaxctl(const TempRoot& root, const std::vector<std::string>& args) {
-    std::string command = std::string("'") + ORVAXCTL_PATH + "' --root '" + root.path() + "'";
-    for (const std::string& arg : args) {
-        command += " '" + arg + "'";
-    }
-    const std::string out = root.path() + "/.out";
-    const std::string err = root.path() + "/.err";
-    const int status = std::system((command + " >'" + out + "' 2>'" + err + "'").c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(out), readFile(err)};
+    return test::orvaxctl(root.path(), args);
 }
 
 class OrvaxctlTest : public ::testing::Test {
