@@ -403,6 +403,8 @@ sqlite3* DatabaseHelper::openFile(const std::string& path, std::string* problem)
     }
     // Other connections (tools, the sqlite3 shell) may hold the file for a while.
     sqlite3_busy_timeout(raw, kBusyTimeoutMs);
+    // Tells, for one, a removed database file from a read-only one.
+    sqlite3_extended_result_codes(raw, 1);
     return raw;
 }
 
@@ -476,15 +478,16 @@ void DatabaseHelper::failTransaction(int result) {
     if (mInTransaction && !mTransactionFailed) {
         mTransactionFailed = true;
         mTransactionError = result;
+        mTransactionSystemError = mDb ? sqlite3_system_errno(mDb.get()) : 0;
     }
 }
 
-int DatabaseHelper::getLastTransactionError() const {
+std::string DatabaseHelper::describeLastTransactionError() const {
     Guard guard(mLock);
-    return mLastTransactionError;
+    return describeError(mLastTransactionError, mLastTransactionSystemError);
 }
 
-std::string DatabaseHelper::describeError(int code) const {
+std::string DatabaseHelper::describeError(int code, int systemError) const {
     const std::string path = getPath();
     if (code == SQLITE_READONLY_DBMOVED) {
         return "the settings database " + path + " was removed or moved while in use";
@@ -501,15 +504,19 @@ std::string DatabaseHelper::describeError(int code) const {
             return "the settings database " + path + " is read-only";
         case SQLITE_FULL:
             return "the disk of the settings database " + path + " is full";
+        case SQLITE_IOERR:
+            if (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG) {
+                return "the disk of the settings database " + path + " is full (" + strerror(systemError) + ")";
+            }
+            break;
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
             return "the settings database " + path + " is damaged";
         default:
             break;
     }
-    const int error = mDb ? sqlite3_system_errno(mDb.get()) : 0;
     return "the settings database " + path + " could not be written: " + sqlite3_errstr(code) +
-           (error != 0 ? std::string(" (") + strerror(error) + ")" : "");
+           (systemError != 0 ? std::string(" (") + strerror(systemError) + ")" : "");
 }
 
 void DatabaseHelper::logFailure(int result) {
@@ -607,6 +614,7 @@ bool DatabaseHelper::beginTransaction() {
     mInTransaction = true;
     mTransactionFailed = false;
     mTransactionError = SQLITE_OK;
+    mTransactionSystemError = 0;
     // Without the transaction, the statements meant for it would each stand
     // alone: a crash among them would leave half a change. They are refused.
     return execSQL("BEGIN EXCLUSIVE");
@@ -627,7 +635,7 @@ bool DatabaseHelper::commitTransaction() {
     if (!committed) {
         failTransaction(mTransactionError != SQLITE_OK ? mTransactionError : SQLITE_ERROR);
         ALOGE("a statement of the transaction failed (%s): it is rolled back and the stored state kept",
-              describeError(mTransactionError).c_str());
+              describeError(mTransactionError, mTransactionSystemError).c_str());
         // SQLite may have rolled back already (a full disk, an I/O error).
         if (mDb && sqlite3_get_autocommit(mDb.get()) == 0) {
             mInTransaction = false;
@@ -635,6 +643,7 @@ bool DatabaseHelper::commitTransaction() {
         }
     }
     mLastTransactionError = committed ? SQLITE_OK : mTransactionError;
+    mLastTransactionSystemError = committed ? 0 : mTransactionSystemError;
     mInTransaction = false;
     mTransactionFailed = false;
     return committed;

@@ -79,17 +79,17 @@ public:
     // or unwritable directory, not a file, busy at open, read-only, damaged
     // and not movable); "" when it opened well.
     const std::string& getOpenProblem() const { return mOpenProblem; }
-    // The SQLite result code of the failure that rolled back the last
-    // transaction; SQLITE_OK (0) when it was committed.
-    int getLastTransactionError() const;
     // Whether a statement met damage (SQLITE_CORRUPT, SQLITE_NOTADB).
     bool isDamaged() const { return mDamaged; }
     // Closes the connection and moves the damaged file aside; the name it
     // was moved to, "" when it could not be moved. The helper serves no more.
     std::string setAsideDamaged();
-    // A sentence for people on what SQLite's result `code` means for the
-    // settings database: busy, read-only, removed, disk full, ...
-    std::string describeError(int code) const;
+    // A sentence for people on what SQLite's result `code` (with the system's
+    // `systemError` behind it, 0 when none) means for the settings database:
+    // busy, read-only, removed, disk full, ...; "" for success.
+    std::string describeError(int code, int systemError) const;
+    // describeError of what rolled back the last transaction.
+    std::string describeLastTransactionError() const;
     // The full path of the database file.
     std::string getPath() const { return mDirectory + mFileName; }
     // "" for a value outside TableType.
@@ -265,6 +265,8 @@ private:
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;
+    int mTransactionSystemError = 0;
+    int mLastTransactionSystemError = 0;
     int mNestedBegins = 0;
     bool mDamaged = false;
     int mLastTransactionError = 0;

@@ -38,7 +38,7 @@ const std::string& Provider::getOpenProblem() const {
 }
 
 std::string Provider::getLastTransactionProblem() const {
-    return mHelper->describeError(mHelper->getLastTransactionError());
+    return mHelper->describeLastTransactionError();
 }
 
 bool Provider::isDamaged() const {

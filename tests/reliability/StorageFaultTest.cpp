@@ -19,6 +19,8 @@ struct StorageFault {
     // Whether the settings saved before the fault are still there at the next
     // start (a deleted database takes them with it).
     bool savedSettingsKept;
+    // What the failed save tells people of its cause.
+    const char* cause;
 };
 
 void PrintTo(const StorageFault& f, std::ostream* os) {
@@ -47,11 +49,11 @@ const StorageFault kFaults[] = {
          ASSERT_EQ(0, chmod(DevicePaths::dataDirectory().c_str(), 0555));
          dropPrivileges();
      },
-     true},
-    {"FullDisk", fillTheDisk, true},
+     true, "read-only"},
+    {"FullDisk", fillTheDisk, true, "full"},
     {"DatabaseDeleted",
      [] { ASSERT_TRUE(std::filesystem::remove(DevicePaths::dataDirectory() + Provider::kDatabaseFile)); },
-     false},
+     false, "removed"},
 };
 
 class StorageFaultTest : public StartUpTest, public ::testing::WithParamInterface<StorageFault> {};
@@ -79,6 +81,8 @@ TEST_P(StorageFaultTest, MemoryKeepsAnsweringAndTheNextStartRecovers) {
         EXPECT_TRUE(running->setProfileParameter(3, ENDPOINT_SPEAKER, volume_leveler_amount, {7}));
         EXPECT_TRUE(running->setSelectedTuning(PORT_HEADPHONE, "headset_wired", false));
         EXPECT_FALSE(running->save());
+        EXPECT_NE(std::string::npos, running->getLastSaveProblem().find(GetParam().cause))
+                << running->getLastSaveProblem();
         EXPECT_EQ(-5, AxContextManager::getInstance().loadOemTuning());
 
         EXPECT_EQ(3, running->getSelectedProfile());
