@@ -18,8 +18,8 @@ namespace orvan {
 // - a reference to an entity other than the five predefined ones, refused
 //   where it stands. Character references stay allowed.
 // Nothing is ever expanded beyond what XML itself defines. The file is read
-// as the bytes it holds: a compressed file is not XML here, as it is not for
-// the tools that edit tuning files.
+// as the bytes it holds: libxml2 would inflate a compressed file opened by
+// name, past any limit on its size.
 class TuningFileReader {
 public:
     // Far above the largest tuning file in use (the benchmarks' generated one

@@ -1,8 +1,14 @@
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
 #include <libxml/tree.h>
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "tests/common/TempRoot.h"
 #include "tuningfile/TagIterator.h"
@@ -108,47 +114,129 @@ TEST_F(TuningFileParserTest, UnreadableFilesKeepThePreviousDataSet) {
     }
 }
 
-// A tuning file has no use for a DTD, and entities declared in one could make
-// a small file expand without bound: such files, and oversized ones, are
-// refused before anything is expanded, with the line where the DTD starts.
+// `xml` as libxml2 writes it gzip-compressed; "" when libxml2 has no zlib.
+std::string gzipped(const TempRoot& root, const std::string& xml) {
+    xmlDoc* document = xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr, nullptr, 0);
+    const std::string path = root.path() + "/compressed.xml";
+    xmlSetDocCompressMode(document, 9);
+    xmlSaveFile(path.c_str(), document);
+    xmlFreeDoc(document);
+    const std::string bytes = test::readFile(path);
+    return bytes.rfind("\x1f\x8b", 0) == 0 ? bytes : "";
+}
+
+// A tuning file has no use for a DTD, and an entity declared in one can make a
+// small file expand without bound: a DTD, a reference to an entity XML does
+// not define and an oversized file are refused before anything expands, at
+// the line to blame (0: the whole file), and the previous data set stays.
 TEST_F(TuningFileParserTest, DtdsEntitiesAndOversizedFilesAreRefusedBeforeAnythingExpands) {
-    const std::string laughs = "<!DOCTYPE orvan_tuning [<!ENTITY a \"" + std::string(2000, '1') +
-                               "\"><!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\">]>";
-    std::string manyRefs;
+    const std::string entity = "<!DOCTYPE orvan_tuning [<!ENTITY e \"" + std::string(2000, '1') + "\">]>";
+    std::string references;
     for (int i = 0; i < 20000; ++i) {
-        manyRefs += "&b;";
+        references += "&e;";
     }
+    const std::string expanding = "<orvan_tuning><profile id=\"0\" name=\"" + references + "\"/></orvan_tuning>";
     const struct {
         const char* name;
         std::string text;
-        int line;  // of our refusal; 0: libxml2 refuses on its own
+        uintmax_t size;  // > 0: the file is extended to this size
+        int line;
+        const char* words;  // in our message; null: libxml2 refuses the file itself
     } kRefused[] = {
-        {"internal subset", "<?xml version=\"1.0\"?>\n\n<!DOCTYPE orvan_tuning [<!ENTITY e \"1\">]>\n<orvan_tuning/>", 3},
-        {"external subset only", "<!DOCTYPE orvan_tuning SYSTEM \"tuning.dtd\"><orvan_tuning/>", 1},
-        {"entities used many times", laughs + "\n<orvan_tuning><profile id=\"0\" name=\"" + manyRefs + "\"/></orvan_tuning>", 1},
-        {"undeclared entity", "<orvan_tuning><profile id=\"0\" name=\"&e;\"/></orvan_tuning>", 0},
+        {"internal subset", "<?xml version=\"1.0\"?>\n\n<!DOCTYPE orvan_tuning [<!ENTITY e \"1\">]>\n<orvan_tuning/>", 0,
+         3, "<!DOCTYPE"},
+        {"external subset only", "<!DOCTYPE orvan_tuning SYSTEM \"tuning.dtd\"><orvan_tuning/>", 0, 1, "<!DOCTYPE"},
+        {"one entity used 20000 times", "\n" + entity + "\n" + expanding, 0, 2, "<!DOCTYPE"},
+        // libxml2 skips the DOCTYPE hook after an error, but not the entity one.
+        {"a DTD after an error", "<?xml version=\"1.0\" standalone=\"maybe\"?>\n" + entity + "\n" + expanding, 0, 2,
+         "entity declaration of e"},
+        {"entity in an attribute", "<orvan_tuning>\n<profile id=\"0\" name=\"&e;\"/></orvan_tuning>", 0, 2, "&e;"},
+        {"entity in text", "<orvan_tuning>\n\n<profile id=\"0\" name=\"p\">&e;</profile></orvan_tuning>", 0, 3, "&e;"},
+        {"one byte over the limit", "<orvan_tuning/>", static_cast<uintmax_t>(TuningFileReader::kMaxBytes) + 1, 0,
+         "67108865 bytes; a tuning file may have at most 64 MiB"},
+        // Read as the bytes it holds, not inflated past the limit.
+        {"gzip-compressed", gzipped(mRoot, "<orvan_tuning><profile id=\"0\" name=\"zipped\"/></orvan_tuning>"), 0, 0,
+         nullptr},
     };
+    DeviceData* data = &parse(R"(<profile id="0" name="kept"/>)");
     for (const auto& file : kRefused) {
+        if (file.text.empty()) {
+            ADD_FAILURE() << file.name << ": cannot make the file";
+            continue;
+        }
         const std::string path = writeFile(mRoot, "refused.xml", file.text);
+        if (file.size > 0) {
+            std::filesystem::resize_file(path, file.size);
+        }
         const auto start = std::chrono::steady_clock::now();
         TuningFileReader::Refusal refusal;
         xmlDoc* document = TuningFileReader::read(path, 0, &refusal);
         EXPECT_EQ(document, nullptr) << file.name;
         xmlFreeDoc(document);
         EXPECT_EQ(refusal.line, file.line) << file.name;
-        EXPECT_EQ(refusal.message.empty(), file.line == 0) << file.name;
+        const std::string words = file.words != nullptr ? file.words : "";
+        EXPECT_EQ(words.empty(), refusal.message.empty()) << file.name << ": " << refusal.message;
+        EXPECT_NE(refusal.message.find(words), std::string::npos) << file.name << ": " << refusal.message;
         EXPECT_EQ(mParser.setTuningFile(path), -22) << file.name;
+        EXPECT_EQ(mParser.getDeviceData(), data) << file.name;
+        EXPECT_EQ(mParser.getProfileName(0), "kept") << file.name;
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << file.name;
     }
+}
 
-    const std::string huge = writeFile(mRoot, "huge.xml", "<orvan_tuning/>");
-    std::filesystem::resize_file(huge, static_cast<uintmax_t>(TuningFileReader::kMaxBytes) + 1);
-    TuningFileReader::Refusal refusal;
-    EXPECT_EQ(TuningFileReader::read(huge, 0, &refusal), nullptr);
-    EXPECT_NE(refusal.message.find("64 MiB"), std::string::npos) << refusal.message;
+TEST_F(TuningFileParserTest, PredefinedEntitiesAndCharacterReferencesAreRead) {
+    const struct {
+        const char* written;
+        const char* read;
+    } kAccepted[] = {
+        {"a&amp;b", "a&b"},
+        {"&lt;&gt;&quot;&apos;", "<>\"'"},
+        {"&#65;&#x42;&#xE9;", "AB\xC3\xA9"},
+    };
+    for (const auto& name : kAccepted) {
+        Profile* profile = only(parse("<profile id=\"0\" name=\"" + std::string(name.written) + "\"/>").getProfiles());
+        EXPECT_EQ(profile != nullptr ? profile->getName() : "", name.read) << name.written;
+    }
+}
 
-    // What XML itself defines stays allowed.
-    EXPECT_EQ(only(parse(R"(<profile id="0" name="a&amp;b&#65;&lt;"/>)").getProfiles())->getName(), "a&bA<");
+// A pipe, or a file that grows while it is read, has no size to check first:
+// reading stops one byte past the limit.
+TEST_F(TuningFileParserTest, AFileWithoutASizeIsReadUpToTheLimit) {
+    const struct {
+        off_t bytes;
+        bool read;
+    } kSizes[] = {{TuningFileReader::kMaxBytes, true}, {TuningFileReader::kMaxBytes + 1, false}};
+    for (const auto& size : kSizes) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        // Well-formed at any size: comments of 1 MiB, then blanks.
+        std::thread writer([&] {
+            sigset_t pipeSignal;
+            sigemptyset(&pipeSignal);
+            sigaddset(&pipeSignal, SIGPIPE);
+            pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);  // a reader that stops early must not kill us
+            const std::string head = "<orvan_tuning>";
+            const std::string tail = "</orvan_tuning>";
+            const std::string comment = "<!--" + std::string((1 << 20) - 7, 'x') + "-->";
+            const auto send = [&](const std::string& bytes) {
+                return write(ends[1], bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+            };
+            off_t middle = size.bytes - static_cast<off_t>(head.size() + tail.size());
+            bool open = send(head);
+            for (; open && middle >= static_cast<off_t>(comment.size()); middle -= comment.size()) {
+                open = send(comment);
+            }
+            open = open && send(std::string(middle, ' ')) && send(tail);
+            close(ends[1]);
+        });
+        TuningFileReader::Refusal refusal;
+        xmlDoc* document = TuningFileReader::read("/proc/self/fd/" + std::to_string(ends[0]), 0, &refusal);
+        close(ends[0]);
+        writer.join();
+        EXPECT_EQ(document != nullptr, size.read) << size.bytes << ": " << refusal.message;
+        EXPECT_EQ(refusal.message.find("64 MiB") != std::string::npos, !size.read) << refusal.message;
+        xmlFreeDoc(document);
+    }
 }
 
 // The parser walks a file with this cursor; a walk off the end must be harmless.

@@ -1,14 +1,16 @@
 #define LOG_TAG "FileCommands"
 
+#include <fcntl.h>
 #include <log/log.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include "storage/DevicePaths.h"
@@ -16,48 +18,88 @@
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/EmbeddedFiles.h"
 #include "tools/orvaxctl/TuningFileChecker.h"
+#include "tuningfile/TuningFileReader.h"
 
 namespace orvan::tool {
 namespace {
 
 namespace fs = std::filesystem;
 
-bool readFile(const std::string& path, std::string* content) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+// One byte more than a tuning file may have, which the checker then refuses.
+constexpr off_t kReadLimit = TuningFileReader::kMaxBytes + 1;
+
+// Reads at most `limit` bytes: enough to tell any tuning file the checker
+// accepts from a larger one, without holding a larger one in memory.
+bool readFile(const std::string& path, off_t limit, std::string* content, std::string* error) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        *error = "cannot read " + path + ": " + std::strerror(errno);
         return false;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    *content = text.str();
-    return !in.bad();
+    content->clear();
+    char buffer[65536];
+    int failure = 0;
+    while (static_cast<off_t>(content->size()) < limit) {
+        const size_t wanted = static_cast<size_t>(std::min<off_t>(sizeof(buffer), limit - content->size()));
+        const ssize_t count = read(fd, buffer, wanted);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            failure = count < 0 ? errno : 0;
+            break;
+        }
+        content->append(buffer, static_cast<size_t>(count));
+    }
+    close(fd);
+    if (failure != 0) {
+        *error = "cannot read " + path + ": " + std::strerror(failure);
+        return false;
+    }
+    return true;
 }
 
-// Writes beside the target and renames, so the service never reads half a file.
+// Writes beside the target, flushed to the disk, and renames, so the service
+// never reads half a file. Each message carries the error of the call that
+// failed: a later clean-up must not replace it.
 bool writeFile(const std::string& path, const std::string& content, std::string* error) {
+    const fs::path directory = fs::path(path).parent_path();
     std::error_code code;
-    fs::create_directories(fs::path(path).parent_path(), code);
+    fs::create_directories(directory, code);
     if (code) {
-        *error = "cannot create " + fs::path(path).parent_path().string() + ": " + code.message();
+        *error = "cannot create " + directory.string() + ": " + code.message();
         return false;
     }
     const std::string temporary = path + ".new";
-    {
-        errno = 0;
-        std::ofstream out(temporary, std::ios::binary | std::ios::trunc);
-        out << content;
-        if (!out.flush()) {
-            // A stream need not set errno; never report a failure as "Success".
-            *error = "cannot write " + temporary + ": " + (errno != 0 ? std::strerror(errno) : "write failed");
-            return false;
+    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        *error = "cannot create " + temporary + ": " + std::strerror(errno);
+        return false;
+    }
+    int failure = 0;
+    for (size_t done = 0; done < content.size() && failure == 0;) {
+        const ssize_t count = write(fd, content.data() + done, content.size() - done);
+        if (count >= 0) {
+            done += static_cast<size_t>(count);
+        } else if (errno != EINTR) {
+            failure = errno;
         }
     }
-    fs::rename(temporary, path, code);
-    if (code) {
-        const std::string reason = code.message();
-        std::error_code ignored;
-        fs::remove(temporary, ignored);
-        *error = "cannot replace " + path + ": " + reason;
+    if (failure == 0 && fsync(fd) != 0) {
+        failure = errno;
+    }
+    if (close(fd) != 0 && failure == 0) {
+        failure = errno;
+    }
+    if (failure != 0) {
+        unlink(temporary.c_str());
+        *error = "cannot write " + temporary + ": " + std::strerror(failure);
+        return false;
+    }
+    if (rename(temporary.c_str(), path.c_str()) != 0) {
+        failure = errno;
+        unlink(temporary.c_str());
+        *error = "cannot replace " + path + ": " + std::strerror(failure);
         return false;
     }
     return true;
@@ -131,8 +173,9 @@ int runInstall(const CommandLine& args) {
     for (const InstallItem& item : items) {
         std::string content = item.extra ? kBundledExtraTuning : kBundledDefaultTuning;
         if (!item.source.empty()) {
-            if (!readFile(item.source, &content)) {
-                return fail(kExitRefused, "cannot read %s: %s", item.source.c_str(), std::strerror(errno));
+            std::string error;
+            if (!readFile(item.source, kReadLimit, &content, &error)) {
+                return fail(kExitRefused, "%s", error.c_str());
             }
             QuietLog quiet;
             TuningFileChecker checker(kTuningFileSchema);
@@ -150,7 +193,8 @@ int runInstall(const CommandLine& args) {
     }
     for (size_t i = 0; i < items.size(); ++i) {
         std::string current;
-        if (readFile(items[i].target, &current) && current == contents[i]) {
+        std::string ignored;
+        if (readFile(items[i].target, kReadLimit, &current, &ignored) && current == contents[i]) {
             // Rewriting would change the modification time, which resets the user's settings.
             std::printf("%s: unchanged\n", items[i].target.c_str());
             continue;

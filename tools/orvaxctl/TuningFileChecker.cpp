@@ -3,15 +3,12 @@
 #include "tools/orvaxctl/TuningFileChecker.h"
 
 #include <log/log.h>
-#include <sys/stat.h>
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlschemas.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
@@ -165,20 +162,6 @@ void TuningFileChecker::warning(xmlNode* node, const std::string& message) {
 bool TuningFileChecker::check(const std::string& path) {
     mProblems.clear();
     mExtraFile = false;
-    FILE* file = std::fopen(path.c_str(), "r");
-    struct stat info {};
-    const bool directory = file != nullptr && fstat(fileno(file), &info) == 0 && S_ISDIR(info.st_mode);
-    if (file == nullptr || directory) {
-        const std::string reason = directory ? "it is a directory" : strerror(errno);
-        ALOGE("cannot read %s: %s", path.c_str(), reason.c_str());
-        add(0, true, "cannot read the file: " + reason);
-        if (file != nullptr) {
-            std::fclose(file);
-        }
-        return false;
-    }
-    std::fclose(file);
-
     std::vector<CollectedError> parseErrors;
     DocumentPtr document;
     TuningFileReader::Refusal refusal;
@@ -187,6 +170,7 @@ bool TuningFileChecker::check(const std::string& path) {
         document.reset(TuningFileReader::read(path, XML_PARSE_BIG_LINES, &refusal));
     }
     if (!refusal.message.empty()) {
+        // Logged by the reader, which the service uses too.
         add(refusal.line, true, refusal.message);
         return false;
     }
