@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Installs the Debian packages needed to build, test, fuzz and benchmark.
+# Installs the Debian packages needed to build, test, fuzz and benchmark:
+# the daemon's bus library and a bus with its command-line clients, and the
+# 2D graphics library that draws curves, among them.
 # Does nothing when every package is already present.
 set -euo pipefail
 
@@ -9,6 +11,8 @@ packages=(
   android-libutils-dev android-liblog-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   valgrind
+  libsystemd-dev dbus-daemon dbus-bin libglib2.0-bin
+  libcairo2-dev
 )
 
 missing=()
