@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 
@@ -22,12 +23,38 @@ constexpr int kKills = 50;
 constexpr int kKillsInsideATransaction = 20;
 constexpr int kMaxRuns = 1000;
 
-// Runs `prepare` and then `operation` in a child and kills it with SIGKILL
-// `delay` after the operation began, or once it ended. Returns how long the
-// operation ran, or -1 us when the kill landed before it ended: the child
-// marks both on a pipe.
+// When a killed child dies: `delay` after its operation began, or, with
+// `inTransaction`, `delay` after the database's journal appeared (a write
+// transaction is open), so that kills inside transactions need not be found
+// by chance.
+struct KillPlan {
+    Micros delay;
+    bool inTransaction = false;
+};
+
+bool journalPresent() {
+    std::error_code missing;
+    const auto size =
+            std::filesystem::file_size(DevicePaths::dataDirectory() + Provider::kDatabaseFile + "-journal", missing);
+    return !missing && size > 0;
+}
+
+// Waits until the journal appears, the child marks the end of its operation
+// on `fd`, or `limit` passes.
+void awaitJournal(int fd, Micros limit) {
+    const Clock::time_point end = Clock::now() + limit;
+    pollfd ended{fd, POLLIN, 0};
+    while (!journalPresent() && Clock::now() < end && poll(&ended, 1, 0) == 0) {
+        std::this_thread::sleep_for(Micros(20));
+    }
+}
+
+// Runs `prepare` and then `operation` in a child and kills it with SIGKILL as
+// `plan` says, or once the operation ended. Returns how long the operation
+// ran, or -1 us when the kill landed before it ended: the child marks both on
+// a pipe.
 Micros killDuring(const std::function<void()>& prepare, const std::function<void()>& operation,
-                  std::optional<Micros> delay) {
+                  std::optional<KillPlan> plan) {
     std::cout.flush();
     fflush(nullptr);
     int fds[2];
@@ -50,8 +77,11 @@ Micros killDuring(const std::function<void()>& prepare, const std::function<void
     char mark = 0;
     EXPECT_EQ(1, read(fds[0], &mark, 1));
     const Clock::time_point began = Clock::now();
-    if (delay) {
-        std::this_thread::sleep_for(*delay);
+    if (plan) {
+        if (plan->inTransaction) {
+            awaitJournal(fds[0], std::chrono::seconds(10));
+        }
+        std::this_thread::sleep_for(plan->delay);
     } else {
         EXPECT_EQ(1, read(fds[0], &mark, 1));
     }
@@ -60,7 +90,7 @@ Micros killDuring(const std::function<void()>& prepare, const std::function<void
     int status = 0;
     waitpid(pid, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the child ended before the kill";
-    const bool ended = !delay || read(fds[0], &mark, 1) == 1;
+    const bool ended = !plan || read(fds[0], &mark, 1) == 1;
     close(fds[0]);
     return ended ? took : Micros(-1);
 }
@@ -126,25 +156,23 @@ protected:
     }
 
     // A journal left behind: the kill came while a transaction was open.
-    static bool interruptedTransaction() {
-        std::error_code missing;
-        const auto size = std::filesystem::file_size(database() + "-journal", missing);
-        return !missing && size > 0;
-    }
+    static bool interruptedTransaction() { return journalPresent(); }
 
     // Runs `prepare` and `operation` in children killed at a random point of
     // the operation's window until enough kills landed, enough of them inside
-    // the transaction. `arm(run)` sets run `run` up after the user's settings
+    // the transaction: every other run aims at the transaction. `arm(run)` sets run `run` up after the user's settings
     // are saved and returns the check of what the killed child left.
     void killRepeatedly(const std::function<void()>& prepare, const std::function<void()>& operation,
                         const std::function<std::function<void()>(int)>& arm) {
         const Micros window = killDuring(prepare, operation, std::nullopt);
+        std::uniform_int_distribution<long> anywhere(0, window.count());
         int killed = 0, midTransaction = 0, run = 2;
         for (; (killed < kKills || midTransaction < kKillsInsideATransaction) && run < kMaxRuns; ++run) {
             saveSettings(run);
             const std::function<void()> check = arm(run);
-            const Micros delay(std::uniform_int_distribution<long>(0, window.count())(mRandom));
-            killed += killDuring(prepare, operation, delay) < Micros(0) ? 1 : 0;
+            const bool aimed = run % 2 == 1;
+            const KillPlan plan{Micros(anywhere(mRandom) / (aimed ? 16 : 1)), aimed};
+            killed += killDuring(prepare, operation, plan) < Micros(0) ? 1 : 0;
             midTransaction += interruptedTransaction() ? 1 : 0;
             check();
             if (HasFatalFailure()) {
