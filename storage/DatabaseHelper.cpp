@@ -541,6 +541,9 @@ std::string DatabaseHelper::setAsideDamaged() {
     for (Statement& count : mCounts) {
         count.reset();
     }
+    for (Statement& insert : mInserts) {
+        insert.reset();
+    }
     mDb.reset();
     const std::string path = getPath();
     std::remove((path + kCheckMarkerSuffix).c_str());
@@ -952,19 +955,67 @@ bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::st
     const std::vector<std::string> byColumn = valuesByColumn(type, text);
 
     const int64_t rowId = id < 1 ? getRowCount(table) + 1 : static_cast<int32_t>(id);
-    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + "\n" + "," + "'" +
-                      sqlText(customName) + "',";
-    for (const std::string& value : byColumn) {
-        sql += '\'';
-        appendSqlText(&sql, value);
-        sql += "',";
-    }
-    sql.back() = ')';
-    if (!execSQL(sql)) {
+    if (!insertRow(type, rowId, customName, byColumn)) {
         return false;
     }
     if (id < 1 && record != nullptr) {
         record->setId(rowId);
+    }
+    return true;
+}
+
+bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string& customName,
+                               const std::vector<std::string>& byColumn) {
+    const std::string& table = mTableNames[type];
+    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
+    if (hasNul(customName) || std::any_of(byColumn.begin(), byColumn.end(), hasNul)) {
+        // SQL text ends at a NUL: such a value was never storable, and is not now.
+        ALOGE("a value for %s holds a NUL byte, not inserted", table.c_str());
+        failTransaction(SQLITE_ERROR);
+        return false;
+    }
+    releaseTableRows();
+    if (!mDb) {
+        ALOGE("the db is not open...");
+        return false;
+    }
+    if (mInTransaction && mTransactionFailed) {
+        ALOGD("not run, the transaction has failed already: insert into %s", table.c_str());
+        return false;
+    }
+    Statement& insert = mInserts[type];
+    int ret = SQLITE_OK;
+    if (!insert) {
+        std::string sql = "INSERT INTO " + table + " VALUES(?,?";
+        for (size_t i = 0; i < byColumn.size(); ++i) {
+            sql += ",?";
+        }
+        sql += ')';
+        insert = prepare(mDb.get(), sql, &ret);
+        if (ret != SQLITE_OK || !insert) {
+            ALOGD("failed to prepare SQL : %s", sql.c_str());
+            if (isDamageCode(ret) || isBusyCode(ret)) {
+                logFailure(ret);
+            }
+            failTransaction(ret);
+            insert.reset();
+            return false;
+        }
+    }
+    sqlite3_stmt* statement = insert.get();
+    sqlite3_bind_int64(statement, 1, rowId);
+    sqlite3_bind_text(statement, 2, customName.data(), static_cast<int>(customName.size()), SQLITE_STATIC);
+    for (size_t i = 0; i < byColumn.size(); ++i) {
+        sqlite3_bind_text(statement, static_cast<int>(i + 3), byColumn[i].data(), static_cast<int>(byColumn[i].size()),
+                          SQLITE_STATIC);
+    }
+    ret = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    if (ret != SQLITE_DONE) {
+        ALOGE("failed to insert row %lld into %s", static_cast<long long>(rowId), table.c_str());
+        logFailure(ret);
+        return false;
     }
     return true;
 }

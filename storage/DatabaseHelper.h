@@ -203,6 +203,9 @@ private:
     // Opens the file. A file that is no database, or a damaged or partial one,
     // is moved aside (never deleted) and a new, empty database is opened.
     void open();
+    // Inserts one row of `type` through its kept statement (see mInserts).
+    bool insertRow(TableType type, int64_t rowId, const std::string& customName,
+                   const std::vector<std::string>& byColumn);
     // Null, with `problem` set, when the file cannot serve.
     static sqlite3* openFile(const std::string& path, std::string* problem);
     // The name the file was moved to; "" when it could not be moved.
@@ -262,6 +265,9 @@ private:
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.
     std::array<Statement, kTableTypeCount> mCounts;
+    // The insert of each table, its values bound: a rebuild inserts every
+    // record, and compiling a statement per row cost more than the writes.
+    std::array<Statement, kTableTypeCount> mInserts;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;
