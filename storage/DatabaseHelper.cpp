@@ -332,6 +332,7 @@ void DatabaseHelper::Closer::operator()(sqlite3* db) const {
 
 DatabaseHelper::DatabaseHelper(const std::string& fileName)
     : mFileName(fileName), mDirectory(DevicePaths::dataDirectory()) {
+    mKnownRowCounts.fill(-1);
     for (size_t i = 0; i < kTableTypeCount; ++i) {
         mTableNames[i] = kTableNames[i];
         // Each ", "-separated item of the column list starts with the column's name.
@@ -654,8 +655,9 @@ bool DatabaseHelper::commitTransaction() {
 
 bool DatabaseHelper::execSQL(const std::string& sql) {
     Guard guard(mLock);
-    // Whatever the statement changes, held rows must not outlive it.
+    // Whatever the statement changes, held rows and known counts must not outlive it.
     releaseTableRows();
+    mKnownRowCounts.fill(-1);
     if (!mDb) {
         ALOGE("the db is not open...");
         return false;
@@ -954,9 +956,17 @@ bool DatabaseHelper::executeInsertCommand(ParameterValues* record, const std::st
     const auto type = static_cast<TableType>(columns - mValueColumns.data());
     const std::vector<std::string> byColumn = valuesByColumn(type, text);
 
-    const int64_t rowId = id < 1 ? getRowCount(table) + 1 : static_cast<int32_t>(id);
+    int64_t& known = mKnownRowCounts[type];
+    if (id < 1 && (!mInTransaction || known < 0)) {
+        known = getRowCount(table);
+    }
+    const int64_t rowId = id < 1 ? known + 1 : static_cast<int32_t>(id);
     if (!insertRow(type, rowId, customName, byColumn)) {
+        mKnownRowCounts.fill(-1);
         return false;
+    }
+    if (mInTransaction && known >= 0) {
+        ++known;
     }
     if (id < 1 && record != nullptr) {
         record->setId(rowId);

@@ -268,6 +268,11 @@ private:
     // The insert of each table, its values bound: a rebuild inserts every
     // record, and compiling a statement per row cost more than the writes.
     std::array<Statement, kTableTypeCount> mInserts;
+    // Row counts known inside the open transaction, -1 where unknown: a
+    // rebuild numbers each new row after the count, and counting a table
+    // before every insert made the rebuild quadratic. Any other statement
+    // forgets them.
+    std::array<int64_t, kTableTypeCount> mKnownRowCounts;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;
