@@ -5,6 +5,7 @@
 #include <log/log.h>
 
 #include "context/AxContext.h"
+#include "manager/ClientParameter.h"
 
 namespace orvan {
 namespace {
@@ -109,33 +110,32 @@ private:
 }  // namespace
 
 ParameterAdapter::ParameterAdapter(AxContext* context) : mContext(context) {
-    auto profile = [](int32_t min, int32_t max, Parameter p) {
-        return std::make_unique<ProfileParameterStrategy>(min, max, p, 1);
-    };
-    auto endpoint = [](int32_t min, int32_t max, Parameter p) {
-        return std::make_unique<ProfileEndpointParameterStrategy>(min, max, p, 1);
-    };
-    auto virtualizer = [](Endpoint endpoint, int32_t mode) {
-        return std::make_unique<VirtualizerStrategy>(0, 1, virtualizer_enable, 1, endpoint, mode);
-    };
-    // Indexed by id - kFirstParameterId, from 100 on; 100 is unsupported.
-    mStrategies.push_back(nullptr);
-    mStrategies.push_back(virtualizer(ENDPOINT_HEADPHONE, 3));
-    mStrategies.push_back(virtualizer(ENDPOINT_SPEAKER, 0));
-    mStrategies.push_back(endpoint(0, 1, volume_leveler_enable));
-    mStrategies.push_back(endpoint(0, 3, ieq_id));
-    mStrategies.push_back(endpoint(0, 1, dialog_enhancer_enable));  // 105
-    mStrategies.push_back(endpoint(0, 1, graphic_equalizer_enable));
-    mStrategies.push_back(endpoint(0, 16, ieq_amount));
-    mStrategies.push_back(endpoint(0, 16, dialog_enhancer_amount));
-    mStrategies.push_back(endpoint(0, 16, dialog_enhancer_ducking));
-    mStrategies.push_back(std::make_unique<ProfileGeqParameterStrategy>(-576, 576, geq_gain, 20));  // 110
-    mStrategies.push_back(endpoint(0, 1, bass_enhancer_enable));
-    mStrategies.push_back(endpoint(0, 1, virtual_bass_enable));
-    mStrategies.push_back(endpoint(4, 64, headphone_virtualizer_steerer_source_distance));
-    mStrategies.push_back(profile(0, 1, reverb_suppression_enable));
-    mStrategies.push_back(profile(0, 9, reverb_suppression_amount));  // 115
-    mStrategies.push_back(endpoint(0, 10, volume_leveler_amount));
+    // Indexed by id - kFirstParameterId; an id the table lacks stays null.
+    for (const ClientParameter& entry : kClientParameters) {
+        const size_t index = static_cast<size_t>(entry.id - kFirstParameterId);
+        if (mStrategies.size() <= index) {
+            mStrategies.resize(index + 1);
+        }
+        const int32_t min = entry.minimum;
+        const int32_t max = entry.maximum;
+        switch (entry.scope) {
+            case ClientParameter::SCOPE_PROFILE:
+                mStrategies[index] = std::make_unique<ProfileParameterStrategy>(min, max, entry.parameter, entry.count);
+                break;
+            case ClientParameter::SCOPE_ENDPOINT:
+                mStrategies[index] =
+                        std::make_unique<ProfileEndpointParameterStrategy>(min, max, entry.parameter, entry.count);
+                break;
+            case ClientParameter::SCOPE_FIXED_ENDPOINT:
+                mStrategies[index] = std::make_unique<VirtualizerStrategy>(min, max, entry.parameter, entry.count,
+                                                                           entry.endpoint, entry.mode);
+                break;
+            case ClientParameter::SCOPE_GEQ:
+                mStrategies[index] =
+                        std::make_unique<ProfileGeqParameterStrategy>(min, max, entry.parameter, entry.count);
+                break;
+        }
+    }
 }
 
 ParameterAdapter::~ParameterAdapter() = default;

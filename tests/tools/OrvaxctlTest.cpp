@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -126,56 +127,212 @@ TEST(OrvaxctlRootTest, AnInstallThatFailsSaysWhy) {
     EXPECT_FALSE(std::filesystem::exists(target + ".new"));
 }
 
-// Each case changes one line of the bundled default file.
+// A copy of a bundled file with `original` (which must occur) replaced.
+struct EditedFile {
+    std::string path;
+    int line;  // of the replacement
+};
+
+EditedFile editBundled(const TempRoot& root, const char* bundled, const std::string& original,
+                       const std::string& replacement, const std::string& name) {
+    std::string text = readFile(sourcePath(bundled));
+    const size_t at = text.find(original);
+    EXPECT_NE(std::string::npos, at) << name << ": " << original;
+    if (at == std::string::npos) {
+        return {"", 0};
+    }
+    text.replace(at, original.size(), replacement);
+    const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + at, '\n'));
+    return {test::writeFile(root, name, text), line};
+}
+
+// The line of `text` in the bundled file.
+int bundledLine(const char* bundled, const std::string& text) {
+    const std::string content = readFile(sourcePath(bundled));
+    return 1 + static_cast<int>(std::count(content.begin(), content.begin() + content.find(text), '\n'));
+}
+
+// Whether stderr holds `FILE:LINE[:COLUMN]: error: ...message... [rule]`;
+// every line must be one problem in that form.
+bool reported(const std::string& err, const std::string& path, int line, const char* kind, const std::string& message,
+              const std::string& rule) {
+    bool found = false;
+    for (const std::string& problem : lines(err)) {
+        EXPECT_EQ(0u, problem.rfind(path + ":", 0)) << problem;
+        EXPECT_EQ(']', problem.back()) << problem;
+        const bool here = problem.rfind(path + ":" + std::to_string(line) + ":", 0) == 0;
+        found = found || (here && problem.find(std::string(": ") + kind + ": ") != std::string::npos &&
+                          problem.find(message) != std::string::npos &&
+                          problem.size() > rule.size() + 2 &&
+                          problem.compare(problem.size() - rule.size() - 3, std::string::npos, " [" + rule + "]") == 0);
+    }
+    return found;
+}
+
+TEST(OrvaxctlCheckTest, TheBundledFilesPassAsAPairWithWarningsAsErrors) {
+    TempRoot root;
+    const ToolRun run = orvaxctl(root, {"check", sourcePath("data/zel-default.xml"), "--extra",
+                                        sourcePath("data/zel-extra.xml"), "--werror"});
+    EXPECT_EQ(0, run.status) << run.err;
+    EXPECT_EQ("", run.err);
+    EXPECT_NE(std::string::npos, run.out.find("zel-default.xml: 0 errors, 0 warnings")) << run.out;
+    EXPECT_NE(std::string::npos, run.out.find("zel-extra.xml: 0 errors, 0 warnings")) << run.out;
+}
+
+// Each case changes one spot of the bundled default file.
 struct BrokenFile {
     const char* name;
     const char* original;
     const char* replacement;
     bool schemaValid;
+    const char* rule;
     const char* message;
+    // Where the problem is reported when not at the change.
+    const char* reportedAt;
 };
 
-// The bundled files pass; each broken one is reported at its line.
-TEST(OrvaxctlCheckTest, ReportsTheLineOfWhatIsBroken) {
-    for (const char* file : {"data/zel-default.xml", "data/zel-extra.xml"}) {
-        TempRoot root;
-        const ToolRun run = orvaxctl(root, {"check", sourcePath(file)});
-        EXPECT_EQ(0, run.status) << file << "\n" << run.out;
-        EXPECT_NE(std::string::npos, run.out.find(": 0 errors")) << run.out;
-    }
+// Each broken file is reported at its line, on stderr, with its rule.
+TEST(OrvaxctlCheckTest, ReportsTheLineAndRuleOfWhatIsBroken) {
     const BrokenFile cases[] = {
-        {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", false, "ieq-amount"},
-        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", false, "hdmx"},
-        {"not well-formed", "<volmax-boost value=\"144\"/>", "<volmax-boost value=144/>", false, "not well-formed"},
-        {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", true, "profile id 1 is used again"},
-        {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>",
-         true, "output-mode"},
+        {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", false, "schema",
+         "ieq-amount", nullptr},
+        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", false, "schema", "hdmx", nullptr},
+        {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", true, "profile",
+         "profile id 1 is used again", nullptr},
+        {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>", true,
+         "value", "output-mode", nullptr},
+        {"amount a client cannot set", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"999\"/>", true, "range",
+         "999 is outside 0..16", nullptr},
+        {"amount just above the range", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"17\"/>", true, "range",
+         "17 is outside 0..16", nullptr},
+        {"profile-wide amount", "<reverb-suppression-amount value=\"", "<reverb-suppression-amount value=\"1", true,
+         "range", "the range of client parameter 115", nullptr},
+        {"GEQ gain a client cannot set", "gain=\"89\"", "gain=\"5000\"", true, "range", "5000 is outside -576..576",
+         nullptr},
+        {"19 GEQ bands", "<band_geq frequency=\"32\" gain=\"89\"/>", "", true, "bands",
+         "has 19 bands (preset \"0\" has 20), but clients read and set 20 gains with id 110",
+         "<preset id=\"2\" type=\"geq\">"},
+        {"device with a blank", "id=\"usb_dock_speaker\"", "id=\"usb dock speaker\"", true, "name",
+         "device \"usb dock speaker\" holds a blank", nullptr},
+        {"tuning with a blank", "name=\"hdmi_output\"", "name=\"hdmi&#9;output\"", true, "name",
+         "holds a blank: a client cannot name it", nullptr},
     };
-    const std::string bundled = readFile(sourcePath("data/zel-default.xml"));
     const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
     for (const BrokenFile& broken : cases) {
         TempRoot root;
-        const size_t at = bundled.find(broken.original);
-        ASSERT_NE(std::string::npos, at) << broken.name;
-        std::string text = bundled;
-        text.replace(at, std::string(broken.original).size(), broken.replacement);
-        const std::string path = root.path() + "/broken.xml";
-        std::ofstream(path) << text;
-        const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + at, '\n'));
-
-        const ToolRun run = orvaxctl(root, {"check", path});
+        const EditedFile file = editBundled(root, "data/zel-default.xml", broken.original, broken.replacement,
+                                            "broken.xml");
+        const int line = broken.reportedAt != nullptr ? bundledLine("data/zel-default.xml", broken.reportedAt)
+                                                      : file.line;
+        const ToolRun run = orvaxctl(root, {"check", file.path});
         EXPECT_EQ(1, run.status) << broken.name;
-        const std::string expected = path + ":" + std::to_string(line) + ": error: ";
-        bool found = false;
-        for (const std::string& reported : lines(run.out)) {
-            found = found || (reported.rfind(expected, 0) == 0 && reported.find(broken.message) != std::string::npos);
-        }
-        EXPECT_TRUE(found) << broken.name << ": expected " << expected << "...\n" << run.out;
+        EXPECT_TRUE(reported(run.err, file.path, line, "error", broken.message, broken.rule))
+                << broken.name << ": expected " << file.path << ":" << line << " [" << broken.rule << "]\n"
+                << run.err;
+        EXPECT_NE(std::string::npos, run.out.find(file.path + ": ")) << broken.name << ": no summary\n" << run.out;
         if (haveXmllint) {
-            const std::string xmllint =
-                    "xmllint --noout --schema '" + sourcePath("docs/tuning-file.xsd") + "' '" + path + "' 2>/dev/null";
+            const std::string xmllint = "xmllint --noout --schema '" + sourcePath("docs/tuning-file.xsd") + "' '" +
+                                        file.path + "' 2>/dev/null";
             EXPECT_EQ(broken.schemaValid, std::system(xmllint.c_str()) == 0) << broken.name;
         }
+    }
+}
+
+// Values at the very ends of a client's range are no problem.
+TEST(OrvaxctlCheckTest, ValuesAtTheEndsOfAClientRangePass) {
+    TempRoot root;
+    std::string text = readFile(sourcePath("data/zel-default.xml"));
+    for (const auto& [original, replacement] : {std::pair{"<ieq-amount value=\"10\"/>", "<ieq-amount value=\"16\"/>"},
+                                                {"gain=\"89\"", "gain=\"-576\""},
+                                                {"gain=\"22\"", "gain=\"576\""}}) {
+        const size_t at = text.find(original);
+        ASSERT_NE(std::string::npos, at) << original;
+        text.replace(at, std::string(original).size(), replacement);
+    }
+    const ToolRun run = orvaxctl(root, {"check", test::writeFile(root, "edges.xml", text), "--werror"});
+    EXPECT_EQ(0, run.status) << run.err;
+}
+
+// libxml2's own messages, one line each, with the column it gives.
+TEST(OrvaxctlCheckTest, AFileThatIsNotWellFormedIsReportedWithItsColumn) {
+    TempRoot root;
+    const EditedFile file = editBundled(root, "data/zel-default.xml", "<volmax-boost value=\"144\"/>",
+                                        "<volmax-boost value=144/>", "broken.xml");
+    const ToolRun run = orvaxctl(root, {"check", file.path});
+    EXPECT_EQ(1, run.status);
+    const std::string at = file.path + ":" + std::to_string(file.line) + ":";
+    EXPECT_EQ(0u, run.err.rfind(at, 0)) << run.err;
+    EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(run.err[at.size()]))) << run.err;
+    EXPECT_TRUE(reported(run.err, file.path, file.line, "error", "not well-formed XML", "xml")) << run.err;
+}
+
+// Warnings fail only with --werror; a file that cannot be read is not a
+// verdict on its content.
+TEST(OrvaxctlCheckTest, ExitsOneOnWarningsOnlyWithWerrorAndTwoOnAFileItCannotRead) {
+    TempRoot root;
+    const EditedFile file = editBundled(root, "data/zel-default.xml", "<ieq-amount value=\"10\"/>",
+                                        "<ieq-amount value=\"10\"/><ieq-amount value=\"10\"/>", "twice.xml");
+    const ToolRun lenient = orvaxctl(root, {"check", file.path});
+    EXPECT_EQ(0, lenient.status) << lenient.err;
+    EXPECT_TRUE(reported(lenient.err, file.path, file.line, "warning", "is given again", "duplicate")) << lenient.err;
+    EXPECT_EQ(1, orvaxctl(root, {"check", file.path, "--werror"}).status);
+
+    const ToolRun missing = orvaxctl(root, {"check", root.path() + "/absent.xml"});
+    EXPECT_EQ(2, missing.status);
+    EXPECT_NE(std::string::npos, missing.err.find("absent.xml: error: ")) << missing.err;
+    EXPECT_EQ(2, orvaxctl(root, {"check", sourcePath("data/zel-default.xml"), "--extra", root.path() + "/absent.xml"})
+                         .status);
+}
+
+// Each case changes the OEM extra file (and, for the last, the default file)
+// so that the service would drop or miss part of it.
+struct BrokenPair {
+    const char* name;
+    const char* extraOriginal;
+    const char* extraReplacement;
+    const char* message;
+    const char* defaultOriginal;
+    const char* defaultReplacement;
+    bool error;
+};
+
+TEST(OrvaxctlCheckTest, ReportsWhatTheServiceDropsWhenItMergesTheExtraFile) {
+    const BrokenPair cases[] = {
+        {"other format version", "<format_version major=\"1\" minor=\"0\"", "<format_version major=\"1\" minor=\"1\"",
+         "format version \"1.1.0\" differs from \"1.0.0\"", nullptr, nullptr, true},
+        {"tuning name of the default file", "name=\"oem_car_kit\"", "name=\"hdmi_output\"",
+         "tuning \"hdmi_output\" is also a tuning of", nullptr, nullptr, true},
+        {"device of a dropped tuning", "name=\"oem_car_kit\" endpoint_type=\"other\" mono_device=\"false\" "
+                                       "orientation=\"0\" output_channels=\"2\">\n    <device_id",
+         "name=\"hdmi_output\" endpoint_type=\"other\" mono_device=\"false\" orientation=\"0\" output_channels=\"2\">"
+         "<device_id",
+         "device \"oem_car_kit_bluetooth\" is bound to tuning \"hdmi_output\", which the service drops", nullptr,
+         nullptr, true},
+        {"device of the default file", "id=\"oem_anc_headset_usb\"", "id=\"usb_dock_speaker\"",
+         "device \"usb_dock_speaker\" is also a device of", nullptr, nullptr, true},
+        {"port without a default device", "endpoint_port=\"bluetooth\"", "endpoint_port=\"miracast\"",
+         "is on port \"miracast\", which", "<device_id id=\"default_miracast\" endpoint_port=\"miracast\"/>", "",
+         false},
+    };
+    for (const BrokenPair& broken : cases) {
+        TempRoot root;
+        const EditedFile extra =
+                editBundled(root, "data/zel-extra.xml", broken.extraOriginal, broken.extraReplacement, "oem.xml");
+        const std::string defaults =
+                broken.defaultOriginal == nullptr
+                        ? sourcePath("data/zel-default.xml")
+                        : editBundled(root, "data/zel-default.xml", broken.defaultOriginal, broken.defaultReplacement,
+                                      "default.xml")
+                                  .path;
+        const ToolRun alone = orvaxctl(root, {"check", extra.path, "--werror"});
+        EXPECT_EQ(0, alone.status) << broken.name << ": the extra file alone has no fault\n" << alone.err;
+
+        const ToolRun run = orvaxctl(root, {"check", defaults, "--extra", extra.path});
+        EXPECT_EQ(1, run.status) << broken.name;
+        EXPECT_TRUE(reported(run.err.substr(run.err.find(extra.path)), extra.path, extra.line,
+                             broken.error ? "error" : "warning", broken.message, "pair"))
+                << broken.name << ": expected " << extra.path << ":" << extra.line << "\n"
+                << run.err;
     }
 }
 
@@ -200,9 +357,9 @@ TEST(OrvaxctlCheckTest, RefusesADtdAtOnceNamingItsLine) {
     const auto begun = std::chrono::steady_clock::now();
     const ToolRun run = orvaxctl(root, {"check", path});
     EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(3));
-    EXPECT_EQ(1, run.status);
-    EXPECT_EQ(0u, run.out.rfind(path + ":" + std::to_string(line) + ": error: a document type declaration", 0))
-            << run.out;
+    EXPECT_EQ(2, run.status);
+    EXPECT_EQ(0u, run.err.rfind(path + ":" + std::to_string(line) + ": error: a document type declaration", 0))
+            << run.err;
 }
 
 }  // namespace

@@ -179,7 +179,7 @@ int runInstall(const CommandLine& args) {
             }
             QuietLog quiet;
             TuningFileChecker checker(kTuningFileSchema);
-            if (!checker.check(item.source) || checker.errorCount() > 0) {
+            if (checker.check(item.source) != TuningFileChecker::Outcome::CHECKED || checker.errorCount() > 0) {
                 return fail(kExitRefused, "%s has errors, not installed (see 'orvaxctl check %s')",
                             item.source.c_str(), item.source.c_str());
             }
@@ -209,29 +209,68 @@ int runInstall(const CommandLine& args) {
 }
 
 int runCheck(const CommandLine& args) {
-    const std::string& path = args.positionals()[0];
     // Every problem is reported below; the loader's own log lines would repeat them.
     QuietLog quiet;
-    TuningFileChecker checker(kTuningFileSchema);
-    const bool readable = checker.check(path);
-    for (const TuningFileChecker::Problem& problem : checker.problems()) {
-        std::printf("%s:%d: %s: %s\n", path.c_str(), problem.line, problem.error ? "error" : "warning",
-                    problem.message.c_str());
+    std::vector<std::string> paths = {args.positionals()[0]};
+    if (args.has("--extra")) {
+        paths.push_back(args.value("--extra"));
     }
-    if (readable) {
-        const std::vector<std::string> summary = TuningFileChecker::summarize(path, checker.isExtraFile());
-        for (size_t i = 0; i < summary.size(); ++i) {
-            if (i == 0) {
-                std::printf("%s: %s\n", path.c_str(), summary[i].c_str());
+    std::vector<TuningFileChecker> checkers(paths.size(), TuningFileChecker(kTuningFileSchema));
+    std::vector<TuningFileChecker::Outcome> outcomes;
+    bool unreadable = false;
+    bool checked = true;
+    for (size_t i = 0; i < paths.size(); ++i) {
+        outcomes.push_back(checkers[i].check(paths[i]));
+        unreadable = unreadable || outcomes[i] == TuningFileChecker::Outcome::UNREADABLE;
+        checked = checked && outcomes[i] == TuningFileChecker::Outcome::CHECKED;
+    }
+    if (checked && checkers.size() == 2) {
+        TuningFileChecker::checkPair(checkers[0], checkers[1]);
+    }
+    int errors = 0;
+    int warnings = 0;
+    std::fflush(stdout);
+    for (const TuningFileChecker& checker : checkers) {
+        for (const TuningFileChecker::Problem& problem : checker.problems()) {
+            std::string where = checker.path();
+            if (problem.line > 0) {
+                where += ":" + std::to_string(problem.line);
+                if (problem.column > 0) {
+                    where += ":" + std::to_string(problem.column);
+                }
+            }
+            std::fprintf(stderr, "%s: %s: %s [%s]\n", where.c_str(), problem.error ? "error" : "warning",
+                         problem.message.c_str(), problem.rule);
+        }
+        errors += checker.errorCount();
+        warnings += checker.warningCount();
+    }
+    for (size_t i = 0; i < checkers.size(); ++i) {
+        if (outcomes[i] != TuningFileChecker::Outcome::CHECKED) {
+            continue;  // nothing of it loads
+        }
+        const std::vector<std::string> summary = TuningFileChecker::summarize(paths[i], checkers[i].isExtraFile());
+        for (size_t line = 0; line < summary.size(); ++line) {
+            if (line == 0) {
+                std::printf("%s: %s\n", paths[i].c_str(), summary[line].c_str());
             } else {
-                std::printf("  %s\n", summary[i].c_str());
+                std::printf("  %s\n", summary[line].c_str());
             }
         }
     }
-    std::printf("%s: %d error%s, %d warning%s\n", path.c_str(), checker.errorCount(),
-                checker.errorCount() == 1 ? "" : "s", checker.warningCount(), checker.warningCount() == 1 ? "" : "s");
-    if (checker.errorCount() > 0) {
-        ALOGE("%s: %d errors", path.c_str(), checker.errorCount());
+    for (const TuningFileChecker& checker : checkers) {
+        const int e = checker.errorCount();
+        const int w = checker.warningCount();
+        std::printf("%s: %d error%s, %d warning%s\n", checker.path().c_str(), e, e == 1 ? "" : "s", w,
+                    w == 1 ? "" : "s");
+    }
+    std::fflush(stdout);
+    if (unreadable) {
+        ALOGE("check: a tuning file could not be read");
+        return kExitUsage;
+    }
+    if (errors > 0 || (warnings > 0 && args.has("--werror"))) {
+        ALOGE("check: %d errors, %d warnings%s", errors, warnings, args.has("--werror") ? " (--werror)" : "");
         return kExitRefused;
     }
     return kExitOk;

@@ -42,11 +42,14 @@ const std::vector<Command>& commands() {
          "that does not pass 'check' is refused. An identical file is left alone, so its\n"
          "modification time, and with it the user's settings, stay as they are.",
          {"--default", "--extra"}, {}, 0, 0, runInstall},
-        {"check", "check FILE",
-         "Lints a tuning file: validation against the tuning file schema, then the checks a schema\n"
-         "cannot make. Prints FILE:LINE: error|warning: message, then what the service loads.\n"
-         "Exits 1 when there is an error.",
-         {}, {}, 1, 1, runCheck},
+        {"check", "check FILE [--extra OEM] [--werror]",
+         "Lints a tuning file: validation against the tuning file schema, the checks a schema\n"
+         "cannot make, and what clients would meet: values outside the range a client may set,\n"
+         "GEQ curves of another length, names with blanks. With --extra, also holds the OEM extra\n"
+         "file OEM against FILE as the service merges them. Problems go to stderr as\n"
+         "FILE:LINE[:COLUMN]: error|warning: message [rule]; what the service loads to stdout.\n"
+         "Exits 0 clean, 1 on errors (or warnings with --werror), 2 when a file cannot be read.",
+         {"--extra"}, {"--werror"}, 1, 1, runCheck},
         {"changes", "changes [P]",
          "Lists, per profile and endpoint, every saved value that differs from the factory value,\n"
          "as 'profile P ENDPOINT: PARAMETER FACTORY -> SAVED'. Reads the settings database only.",

@@ -9,17 +9,22 @@
 #include <libxml/xmlschemas.h>
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <utility>
 
+#include "manager/ClientParameter.h"
 #include "model/DeviceData.h"
 #include "model/Port.h"
+#include "tuningfile/GeqValueSetter.h"
+#include "tuningfile/IeqValueSetter.h"
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/RowDataValueSetter.h"
 #include "tuningfile/SetterCollection.h"
+#include "tuningfile/SimpleValueSetter.h"
 #include "tuningfile/TuningFileParser.h"
 #include "tuningfile/TuningFileReader.h"
 
@@ -47,18 +52,38 @@ constexpr const char* kPresetWords[] = {"off", "balanced", "warm", "detailed"};
 
 struct CollectedError {
     int line;
+    int column;
     std::string message;
 };
+
+// libxml2's messages may span lines (a schema error quotes the expected
+// elements on the next one); a problem is one line.
+std::string foldLines(const char* text) {
+    std::string folded;
+    bool blank = false;
+    for (const char* c = text; *c != '\0'; ++c) {
+        if (std::isspace(static_cast<unsigned char>(*c))) {
+            blank = !folded.empty();
+        } else {
+            if (blank) {
+                folded += ' ';
+            }
+            folded += *c;
+            blank = false;
+        }
+    }
+    return folded;
+}
 
 void collectError(void* userData, ErrorArg error) {
     if (error == nullptr || error->level == XML_ERR_WARNING) {
         return;
     }
-    std::string message = error->message != nullptr ? error->message : "unknown XML error";
-    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) {
-        message.pop_back();
-    }
-    static_cast<std::vector<CollectedError>*>(userData)->push_back({error->line, message});
+    // Only the parser reports a column; elsewhere int2 means something else.
+    const bool hasColumn = error->domain == XML_FROM_PARSER || error->domain == XML_FROM_NAMESPACE;
+    static_cast<std::vector<CollectedError>*>(userData)->push_back(
+            {error->line, hasColumn ? error->int2 : 0,
+             error->message != nullptr ? foldLines(error->message) : "unknown XML error"});
 }
 
 // Routes libxml2's errors into `errors` while it lives.
@@ -123,10 +148,53 @@ bool belongsTo(const ValueSetter& setter, const ParameterSet& valid) {
                        [&](Parameter p) { return valid.count(p) != 0; });
 }
 
+// What the loader stores for a scalar element: "true" 1, "false" 0, else the
+// leading integer (0 when there is none).
+int32_t scalarValue(xmlNode* element) {
+    const std::string text = attribute(element, "value").value_or("");
+    if (text == "true") {
+        return 1;
+    }
+    return text == "false" || text.empty() ? 0 : IntegerText::toInt32(text);
+}
+
+// Whether a client writes this parameter in a record of this kind; `endpoint`
+// is the record's endpoint, -1 for a profile.
+bool clientSets(const ClientParameter& client, const char* recordKind, int endpoint) {
+    if (std::string(recordKind) == "profile") {
+        return client.scope == ClientParameter::SCOPE_PROFILE;
+    }
+    return client.scope == ClientParameter::SCOPE_ENDPOINT ||
+           (client.scope == ClientParameter::SCOPE_FIXED_ENDPOINT && client.endpoint == endpoint);
+}
+
+std::string range(const ClientParameter& client) {
+    return std::to_string(client.minimum) + ".." + std::to_string(client.maximum);
+}
+
+std::string outsideRange(const std::string& what, int32_t value, const ClientParameter& client) {
+    return what + " " + std::to_string(value) + " is outside " + range(client) + ", the range of client parameter " +
+           std::to_string(client.id) + " (" + client.name + "): clients read a value they cannot set back";
+}
+
+int endpointOf(const std::string& id) {
+    return id == "speaker" ? ENDPOINT_SPEAKER : id == "headphone" ? ENDPOINT_HEADPHONE : ENDPOINT_OTHER;
+}
+
+bool hasBlank(const std::string& text) {
+    return std::any_of(text.begin(), text.end(), [](char c) { return std::isspace(static_cast<unsigned char>(c)); });
+}
+
 }  // namespace
 
 struct TuningFileChecker::Records {
     int formatVersions = 0;
+    // The first IEQ preset with its band count; the others should match it.
+    std::string firstIeq;
+    size_t ieqBands = 0;
+    // The same for GEQ presets, whose length clients also rely on.
+    std::string firstGeq;
+    size_t geqBands = 0;
     std::map<int, xmlNode*> profiles;
     std::map<int, xmlNode*> geqPresets;
     std::map<PresetType, xmlNode*> ieqTypes;
@@ -147,21 +215,32 @@ int TuningFileChecker::warningCount() const {
     return static_cast<int>(mProblems.size()) - errorCount();
 }
 
-void TuningFileChecker::add(int line, bool isError, const std::string& message) {
-    mProblems.push_back({line, isError, message});
+void TuningFileChecker::add(int line, bool isError, const char* rule, const std::string& message, int column) {
+    mProblems.push_back({line, column, isError, rule, message});
 }
 
-void TuningFileChecker::error(xmlNode* node, const std::string& message) {
-    add(lineOf(node), true, message);
+void TuningFileChecker::error(xmlNode* node, const char* rule, const std::string& message) {
+    add(lineOf(node), true, rule, message);
 }
 
-void TuningFileChecker::warning(xmlNode* node, const std::string& message) {
-    add(lineOf(node), false, message);
+void TuningFileChecker::warning(xmlNode* node, const char* rule, const std::string& message) {
+    add(lineOf(node), false, rule, message);
 }
 
-bool TuningFileChecker::check(const std::string& path) {
+void TuningFileChecker::sortProblems() {
+    std::stable_sort(mProblems.begin(), mProblems.end(),
+                     [](const Problem& a, const Problem& b) { return a.line < b.line; });
+}
+
+TuningFileChecker::Outcome TuningFileChecker::check(const std::string& path) {
+    mPath = path;
     mProblems.clear();
     mExtraFile = false;
+    mFormatVersion.clear();
+    mFormatVersionLine = 0;
+    mRootLine = 0;
+    mTunings.clear();
+    mDevices.clear();
     std::vector<CollectedError> parseErrors;
     DocumentPtr document;
     TuningFileReader::Refusal refusal;
@@ -171,24 +250,23 @@ bool TuningFileChecker::check(const std::string& path) {
     }
     if (!refusal.message.empty()) {
         // Logged by the reader, which the service uses too.
-        add(refusal.line, true, refusal.message);
-        return false;
+        add(refusal.line, true, "read", refusal.message);
+        return Outcome::UNREADABLE;
     }
     if (document == nullptr || xmlDocGetRootElement(document.get()) == nullptr) {
         ALOGE("%s is not well-formed XML", path.c_str());
         for (const CollectedError& e : parseErrors) {
-            add(e.line, true, "not well-formed XML: " + e.message);
+            add(e.line, true, "xml", "not well-formed XML: " + e.message, e.column);
         }
         if (parseErrors.empty()) {
-            add(0, true, "not well-formed XML: no root element");
+            add(0, true, "xml", "not well-formed XML: no root element");
         }
-        return false;
+        return Outcome::MALFORMED;
     }
     validateSchema(document.get());
     checkContent(xmlDocGetRootElement(document.get()));
-    std::stable_sort(mProblems.begin(), mProblems.end(),
-                     [](const Problem& a, const Problem& b) { return a.line < b.line; });
-    return true;
+    sortProblems();
+    return Outcome::CHECKED;
 }
 
 void TuningFileChecker::validateSchema(xmlDoc* document) {
@@ -199,17 +277,17 @@ void TuningFileChecker::validateSchema(xmlDoc* document) {
     ValidatorPtr validator(schema ? xmlSchemaNewValidCtxt(schema.get()) : nullptr);
     if (validator == nullptr) {
         ALOGE("the tuning file schema does not compile");
-        add(0, true, "the tuning file schema built into this tool does not compile");
+        add(0, true, "schema", "the tuning file schema built into this tool does not compile");
         return;
     }
     errors.clear();
     xmlSchemaSetValidStructuredErrors(validator.get(), collectError, &errors);
     const int result = xmlSchemaValidateDoc(validator.get(), document);
     for (const CollectedError& e : errors) {
-        add(e.line, true, e.message);
+        add(e.line, true, "schema", e.message, e.column);
     }
     if (result != 0 && errors.empty()) {
-        add(0, true, "the file does not match the tuning file schema");
+        add(0, true, "schema", "the file does not match the tuning file schema");
     }
 }
 
@@ -219,10 +297,15 @@ void TuningFileChecker::checkContent(xmlNode* root) {
         return nameOf(child) == "profile" || nameOf(child) == "preset";
     });
     Records records;
+    mRootLine = lineOf(root);
     for (xmlNode* child : children) {
         const std::string name = nameOf(child);
         if (name == "format_version") {
             ++records.formatVersions;
+            // As the loader joins it; the last one counts.
+            mFormatVersion = attribute(child, "major").value_or("") + "." + attribute(child, "minor").value_or("") +
+                             "." + attribute(child, "maintenance").value_or("");
+            mFormatVersionLine = lineOf(child);
         } else if (name == "preset") {
             checkPreset(child, records);
         } else if (name == "profile") {
@@ -242,8 +325,10 @@ void TuningFileChecker::checkPreset(xmlNode* node, Records& records) {
     }
     for (xmlNode* body : childElements(node)) {
         if (nameOf(body) != *type) {
-            error(body, "preset " + quoted(*id) + " of type " + quoted(*type) + " holds <" + nameOf(body) +
-                            ">, which is skipped: its curve would be empty");
+            error(body, "preset", "preset " + quoted(*id) + " of type " + quoted(*type) + " holds <" + nameOf(body) +
+                                          ">, which is skipped: its curve would be empty");
+        } else {
+            checkBands(node, *id, body, records);
         }
     }
     if (*type == "ieq") {
@@ -255,27 +340,27 @@ void TuningFileChecker::checkPreset(xmlNode* node, Records& records) {
         }
         const PresetType kind = TuningFileParser::getIeqPresetTypeByName(*id);
         if (words.empty() || id->size() < 3) {
-            warning(node, "IEQ preset " + quoted(*id) + " names no preset type (off, detailed, balanced, warm); "
+            warning(node, "preset", "IEQ preset " + quoted(*id) + " names no preset type (off, detailed, balanced, warm); "
                           "it is taken as off");
         } else if (words.size() > 1) {
-            warning(node, "IEQ preset " + quoted(*id) + " names several preset types; it is taken as " +
+            warning(node, "preset", "IEQ preset " + quoted(*id) + " names several preset types; it is taken as " +
                               kPresetTypeNames[kind]);
         }
         auto [previous, added] = records.ieqTypes.emplace(kind, node);
         if (!added) {
-            error(node, "IEQ preset " + quoted(*id) + " is taken as " + kPresetTypeNames[kind] + ", like the one at line " +
+            error(node, "preset", "IEQ preset " + quoted(*id) + " is taken as " + kPresetTypeNames[kind] + ", like the one at line " +
                             std::to_string(lineOf(previous->second)) + "; give one preset of each type");
         }
         records.ieqIds.insert(*id);
     } else if (*type == "geq") {
         int profileId = 0;
         if (!readProfileNumber(id, &profileId)) {
-            error(node, "GEQ preset id " + quoted(*id) + " is not a profile number; the preset is skipped");
+            error(node, "preset", "GEQ preset id " + quoted(*id) + " is not a profile number; the preset is skipped");
             return;
         }
         auto [previous, added] = records.geqPresets.emplace(profileId, node);
         if (!added) {
-            error(node, "a second GEQ preset for profile " + *id + " (first at line " +
+            error(node, "preset", "a second GEQ preset for profile " + *id + " (first at line " +
                             std::to_string(lineOf(previous->second)) + ")");
         }
     }
@@ -288,7 +373,7 @@ void TuningFileChecker::checkProfile(xmlNode* node, Records& records) {
     }
     auto [previous, added] = records.profiles.emplace(id, node);
     if (!added) {
-        error(node, "profile id " + std::to_string(id) + " is used again (first at line " +
+        error(node, "profile", "profile id " + std::to_string(id) + " is used again (first at line " +
                         std::to_string(lineOf(previous->second)) + "); the later name is reported for it");
     }
     const std::string record = "profile " + std::to_string(id);
@@ -302,21 +387,21 @@ void TuningFileChecker::checkProfile(xmlNode* node, Records& records) {
         const std::string endpoint = attribute(child, "id").value_or("");
         auto [first, isNew] = endpoints.emplace(endpoint, child);
         if (!isNew) {
-            error(child, record + " gives endpoint " + quoted(endpoint) + " again (first at line " +
+            error(child, "profile", record + " gives endpoint " + quoted(endpoint) + " again (first at line " +
                              std::to_string(lineOf(first->second)) + ")");
         }
         checkEndpoint(child, id, records);
     }
     for (const char* endpoint : kEndpointIds) {
         if (endpoints.count(endpoint) == 0) {
-            error(node, record + " has no endpoint_type " + quoted(endpoint) + "; the service needs all three");
+            error(node, "profile", record + " has no endpoint_type " + quoted(endpoint) + "; the service needs all three");
         }
     }
 }
 
 void TuningFileChecker::checkEndpoint(xmlNode* node, int profileId, Records& records) {
-    const std::string record =
-            "profile " + std::to_string(profileId) + " endpoint " + quoted(attribute(node, "id").value_or(""));
+    const std::string endpoint = attribute(node, "id").value_or("");
+    const std::string record = "profile " + std::to_string(profileId) + " endpoint " + quoted(endpoint);
     const std::vector<xmlNode*> children = childElements(node);
     if (!children.empty() && nameOf(children[0]) == "include") {
         records.includes.emplace_back(children[0], attribute(children[0], "preset").value_or(""));
@@ -329,18 +414,20 @@ void TuningFileChecker::checkEndpoint(xmlNode* node, int profileId, Records& rec
             }
         }
         if (!ieqOff) {
-            warning(node, record + " has no <include> first; it selects the off IEQ preset");
+            warning(node, "include", record + " has no <include> first; it selects the off IEQ preset");
         }
     }
-    checkParameters(node, "profile endpoint", record, {"include"});
+    checkParameters(node, "profile endpoint", record, {"include"}, endpointOf(endpoint));
 }
 
 void TuningFileChecker::checkTuning(xmlNode* node, Records& records) {
     const std::string name = attribute(node, "name").value_or("");
     if (!name.empty()) {
+        checkName(node, "tuning", name);
+        mTunings.emplace(name, lineOf(node));
         auto [previous, added] = records.tunings.emplace(name, node);
         if (!added) {
-            error(node, "tuning name " + quoted(name) + " is used again (first at line " +
+            error(node, "duplicate", "tuning name " + quoted(name) + " is used again (first at line " +
                             std::to_string(lineOf(previous->second)) + "); its devices would find the first one");
         }
     }
@@ -353,17 +440,31 @@ void TuningFileChecker::checkTuning(xmlNode* node, Records& records) {
             checkParameters(child, "tuning", "tuning " + quoted(name), {});
         } else if (childName == "device_id") {
             const std::string device = attribute(child, "id").value_or("");
+            checkName(child, "device", device);
+            mDevices.emplace(device, Device{lineOf(child), attribute(child, "endpoint_port").value_or(""), name});
             auto [previous, added] = records.devices.emplace(device, child);
             if (!added) {
-                error(child, "device " + quoted(device) + " is given again (first at line " +
+                error(child, "duplicate", "device " + quoted(device) + " is given again (first at line " +
                                  std::to_string(lineOf(previous->second)) + "); only one of them can be selected");
             }
         }
     }
 }
 
+void TuningFileChecker::checkName(xmlNode* node, const char* what, const std::string& name) {
+    if (!hasBlank(name)) {
+        return;
+    }
+    if (std::string(what) == "device") {
+        error(node, "name", "device " + quoted(name) + " holds a blank: clients read the devices of a port as one "
+                                    "blank-separated list, so they see it split and can never select it");
+    } else {
+        error(node, "name", std::string(what) + " " + quoted(name) + " holds a blank: a client cannot name it");
+    }
+}
+
 void TuningFileChecker::checkParameters(xmlNode* parent, const char* recordKind, const std::string& recordName,
-                                        const std::vector<std::string>& skipped) {
+                                        const std::vector<std::string>& skipped, int endpoint) {
     const ParameterSet& valid = validParamsOf(recordKind);
     const SetterCollection& setters = TuningFileParser::getSetterCollection();
     std::set<const ValueSetter*> seen;
@@ -375,9 +476,10 @@ void TuningFileChecker::checkParameters(xmlNode* parent, const char* recordKind,
             continue;  // unknown or misplaced elements are the schema's to report
         }
         if (!seen.insert(setter).second) {
-            warning(child, "<" + name + "> is given again in " + recordName + "; the later value wins");
+            warning(child, "duplicate", "<" + name + "> is given again in " + recordName + "; the later value wins");
         }
         checkValue(child);
+        checkClientRange(child, recordKind, endpoint);
     }
     std::vector<std::string> missing;
     for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
@@ -393,7 +495,7 @@ void TuningFileChecker::checkParameters(xmlNode* parent, const char* recordKind,
     for (const std::string& name : missing) {
         list += (list.empty() ? "<" : ", <") + name + ">";
     }
-    warning(parent, recordName + " has no " + list + (missing.size() == 1 ? "; it" : "; they") +
+    warning(parent, "missing", recordName + " has no " + list + (missing.size() == 1 ? "; it" : "; they") +
                         " would be stored empty");
 }
 
@@ -414,18 +516,18 @@ void TuningFileChecker::checkValue(xmlNode* element) {
             }
         }
         if (lengths.size() > 1) {
-            error(element, "the rows of <output-mode> differ in length; the matrix would be stored empty");
+            error(element, "value", "the rows of <output-mode> differ in length; the matrix would be stored empty");
         }
     } else if (name == "virtual-bass-subgains") {
         if (element->properties == nullptr) {
-            error(element, "<virtual-bass-subgains> has no gain; it would be stored empty");
+            error(element, "value", "<virtual-bass-subgains> has no gain; it would be stored empty");
         }
         for (xmlAttr* gain = element->properties; gain != nullptr; gain = gain->next) {
             const std::string gainName = reinterpret_cast<const char*>(gain->name);
             const std::string text = attribute(element, gainName.c_str()).value_or("");
             int32_t value = 0;
             if (!IntegerText::toInt32Strict(text, value)) {
-                error(element, "<virtual-bass-subgains> " + gainName + "=" + quoted(text) +
+                error(element, "value", "<virtual-bass-subgains> " + gainName + "=" + quoted(text) +
                                    " is not a 32-bit number; it reads as " + std::to_string(IntegerText::toInt32(text)));
             }
         }
@@ -443,7 +545,7 @@ void TuningFileChecker::checkNumbers(xmlNode* element, const std::string& what, 
             continue;
         }
         if (!fits) {
-            error(element, what + " holds a number beyond 32 bits; it would be clamped to " + std::to_string(value));
+            error(element, "value", what + " holds a number beyond 32 bits; it would be clamped to " + std::to_string(value));
             return;
         }
     }
@@ -451,14 +553,14 @@ void TuningFileChecker::checkNumbers(xmlNode* element, const std::string& what, 
 
 void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
     if (records.formatVersions == 0) {
-        error(root, "no <format_version>; an OEM extra file is only merged when both versions are equal");
+        error(root, "version", "no <format_version>; an OEM extra file is only merged when both versions are equal");
     } else if (records.formatVersions > 1) {
-        warning(root, "<format_version> is given more than once; the last one counts");
+        warning(root, "version", "<format_version> is given more than once; the last one counts");
     }
     for (const auto& [device, node] : records.devices) {
         const std::string port = attribute(node, "endpoint_port").value_or("");
         if (device.rfind("default_", 0) == 0 && device != "default_" + port) {
-            warning(node, "device " + quoted(device) + " is on port " + quoted(port) + ", so it is not the default of " +
+            warning(node, "device", "device " + quoted(device) + " is on port " + quoted(port) + ", so it is not the default of " +
                               quoted(device.substr(8)));
         }
     }
@@ -469,32 +571,32 @@ void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
         const int count = static_cast<int>(records.profiles.size());
         for (const auto& [id, node] : records.profiles) {
             if (id >= count) {
-                error(node, "profile id " + std::to_string(id) + " leaves a gap: ids must run from 0 to " +
+                error(node, "profile", "profile id " + std::to_string(id) + " leaves a gap: ids must run from 0 to " +
                                 std::to_string(count - 1));
             }
         }
     } else {
-        error(root, "no profile: the service has nothing to offer");
+        error(root, "profile", "no profile: the service has nothing to offer");
     }
     for (const auto& [id, node] : records.geqPresets) {
         if (records.profiles.count(id) == 0) {
-            warning(node, "GEQ preset " + std::to_string(id) + " belongs to no profile; it is never used");
+            warning(node, "preset", "GEQ preset " + std::to_string(id) + " belongs to no profile; it is never used");
         }
     }
     for (const auto& [id, node] : records.profiles) {
         if (records.geqPresets.count(id) == 0) {
-            warning(node, "profile " + std::to_string(id) + " has no GEQ preset; its curve would be empty");
+            warning(node, "preset", "profile " + std::to_string(id) + " has no GEQ preset; its curve would be empty");
         }
     }
     for (size_t type = 0; type < kPresetTypeCount; ++type) {
         if (records.ieqTypes.count(static_cast<PresetType>(type)) == 0) {
-            warning(root, std::string("no IEQ preset of type ") + kPresetTypeNames[type] +
+            warning(root, "preset", std::string("no IEQ preset of type ") + kPresetTypeNames[type] +
                               "; an endpoint selecting it would get an empty curve");
         }
     }
     for (const auto& [node, preset] : records.includes) {
         if (records.ieqIds.count(preset) == 0) {
-            warning(node, "<include preset=" + quoted(preset) + "> names no preset; it selects the " +
+            warning(node, "include", "<include preset=" + quoted(preset) + "> names no preset; it selects the " +
                               kPresetTypeNames[TuningFileParser::getIeqPresetTypeByName(preset)] + " curve by its name");
         }
     }
@@ -502,10 +604,130 @@ void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
         const std::string device = std::string("default_") + port;
         auto found = records.devices.find(device);
         if (found == records.devices.end() || attribute(found->second, "endpoint_port").value_or("") != port) {
-            error(root, "port " + quoted(port) + " has no device " + quoted(device) +
+            error(root, "device", "port " + quoted(port) + " has no device " + quoted(device) +
                             "; a factory reset would leave it without a tuning");
         }
     }
+}
+
+void TuningFileChecker::checkBands(xmlNode* preset, const std::string& id, xmlNode* curve, Records& records) {
+    const bool geq = nameOf(curve) == "geq";
+    const std::vector<std::string>& names = geq ? GeqValueSetter::kAttrNames : IeqValueSetter::kAttrNames;
+    // The client parameter that sets a GEQ curve; an IEQ curve has none.
+    const ClientParameter* client = nullptr;
+    for (const ClientParameter& entry : kClientParameters) {
+        if (geq && entry.scope == ClientParameter::SCOPE_GEQ) {
+            client = &entry;
+        }
+    }
+    // Counted as the loader lists them: a band without an attribute adds
+    // nothing to that attribute's list.
+    size_t frequencies = 0;
+    size_t levels = 0;
+    for (xmlNode* band : childElements(curve)) {
+        if (!geq && nameOf(band) != "band_ieq") {
+            continue;
+        }
+        frequencies += IntegerText::toList(attribute(band, names[0].c_str()).value_or("")).size();
+        const Values values = IntegerText::toList(attribute(band, names[1].c_str()).value_or(""));
+        levels += values.size();
+        for (int32_t value : values) {
+            if (client != nullptr && (value < client->minimum || value > client->maximum)) {
+                error(band, "range", outsideRange("GEQ gain", value, *client));
+            }
+        }
+    }
+    const std::string what = std::string(geq ? "GEQ" : "IEQ") + " preset " + quoted(id);
+    if (frequencies != levels) {
+        error(preset, "bands", what + " has " + std::to_string(frequencies) + " frequencies but " +
+                                       std::to_string(levels) + (geq ? " gains" : " targets") +
+                                       ": the engine would pair them wrongly");
+    }
+    std::string& first = geq ? records.firstGeq : records.firstIeq;
+    size_t& firstBands = geq ? records.geqBands : records.ieqBands;
+    if (first.empty()) {
+        first = id;
+        firstBands = levels;
+    }
+    const std::string other = levels != firstBands ? " (preset " + quoted(first) + " has " +
+                                                             std::to_string(firstBands) + ")"
+                                                   : "";
+    if (client != nullptr && levels != static_cast<size_t>(client->count)) {
+        error(preset, "bands", what + " has " + std::to_string(levels) + " bands" + other + ", but clients read and set " +
+                                       std::to_string(client->count) + " gains with id " + std::to_string(client->id) +
+                                       " (" + client->name + "): a client's curve does not fit it");
+    } else if (client == nullptr && !other.empty()) {
+        warning(preset, "bands", what + " has " + std::to_string(levels) + " bands" + other +
+                                         ": switching between them changes the band layout the engine gets");
+    }
+}
+
+void TuningFileChecker::checkClientRange(xmlNode* element, const char* recordKind, int endpoint) {
+    const ValueSetter* setter = TuningFileParser::getSetterCollection().getValueSetter(nameOf(element));
+    // Every client parameter of a profile or an endpoint is a scalar.
+    if (dynamic_cast<const SimpleValueSetter*>(setter) == nullptr) {
+        return;
+    }
+    for (const ClientParameter& client : kClientParameters) {
+        if (client.parameter != setter->getParameters()[0] || !clientSets(client, recordKind, endpoint)) {
+            continue;
+        }
+        const int32_t value = scalarValue(element);
+        if (value < client.minimum || value > client.maximum) {
+            error(element, "range", outsideRange("<" + nameOf(element) + ">", value, client));
+        }
+    }
+}
+
+void TuningFileChecker::checkPair(TuningFileChecker& defaults, TuningFileChecker& extra) {
+    const std::string& defaultPath = defaults.mPath;
+    if (defaults.mExtraFile) {
+        defaults.add(defaults.mRootLine, true, "pair",
+                     "holds no profile, so it cannot be the default file " + extra.mPath + " is merged into");
+    }
+    if (!extra.mExtraFile) {
+        extra.add(extra.mRootLine, false, "pair",
+                  "holds profiles or presets, which the service never reads from an OEM extra file");
+    }
+    if (extra.mFormatVersion != defaults.mFormatVersion) {
+        extra.add(extra.mFormatVersionLine != 0 ? extra.mFormatVersionLine : extra.mRootLine, true, "pair",
+                  "format version " + quoted(extra.mFormatVersion) + " differs from " +
+                          quoted(defaults.mFormatVersion) + " of " + defaultPath +
+                          ": the service drops the whole OEM extra file");
+    }
+    std::set<std::string> dropped;
+    for (const auto& [name, line] : extra.mTunings) {
+        auto same = defaults.mTunings.find(name);
+        if (same != defaults.mTunings.end()) {
+            dropped.insert(name);
+            extra.add(line, true, "pair",
+                      "tuning " + quoted(name) + " is also a tuning of " + defaultPath + " (line " +
+                              std::to_string(same->second) + "): the service drops it with every device bound to it");
+        }
+    }
+    std::set<std::string> defaultPorts;
+    for (const auto& entry : defaults.mDevices) {
+        defaultPorts.insert(entry.second.port);
+    }
+    for (const auto& [name, device] : extra.mDevices) {
+        auto same = defaults.mDevices.find(name);
+        if (dropped.count(device.tuning) != 0) {
+            extra.add(device.line, true, "pair",
+                      "device " + quoted(name) + " is bound to tuning " + quoted(device.tuning) +
+                              ", which the service drops");
+        } else if (same != defaults.mDevices.end()) {
+            extra.add(device.line, true, "pair",
+                      "device " + quoted(name) + " is also a device of " + defaultPath + " (line " +
+                              std::to_string(same->second.line) + "): the service drops it");
+        }
+        if (defaultPorts.count(device.port) == 0) {
+            extra.add(device.line, false, "pair",
+                      "device " + quoted(name) + " is on port " + quoted(device.port) + ", which " + defaultPath +
+                              " gives no device: the port has no factory tuning to return to");
+        }
+    }
+    defaults.sortProblems();
+    extra.sortProblems();
 }
 
 std::vector<std::string> TuningFileChecker::summarize(const std::string& path, bool extraFile) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,25 +14,40 @@ namespace orvan::tool {
 // file schema (the same verdict as xmllint with that schema), then what a
 // schema cannot see (unique ids and names, profile numbering, the default
 // device of every port, complete records, values the loader would read
-// otherwise than written). A file holding neither profiles nor presets is
-// taken as an OEM extra file, which may only add tunings and devices.
+// otherwise than written), then what the service makes of the file for its
+// clients (values outside the range a client may set, GEQ curves of another
+// length than a client sets, names a client cannot give). A file holding
+// neither profiles nor presets is taken as an OEM extra file, which may only
+// add tunings and devices; checkPair() holds one against its default file.
 //
 // Uses libxml2's process-wide error handler while it runs: not thread-safe.
 class TuningFileChecker {
 public:
     struct Problem {
-        int line;
+        int line;    // 0: the whole file
+        int column;  // 0: not known
         bool error;
+        // A short name users filter on: "schema", "range", "bands", "name", "pair", ...
+        const char* rule;
         std::string message;
+    };
+
+    enum class Outcome {
+        CHECKED,     // problems() holds whatever was found
+        UNREADABLE,  // not opened, or refused by the reader (size, DTD, entity)
+        MALFORMED,   // not well-formed XML; problems() says where
     };
 
     // `schemaText` is the schema itself, so the tool carries its own copy.
     explicit TuningFileChecker(std::string schemaText);
 
-    // False when the file cannot be read or is not well-formed XML; problems()
-    // then says why. True otherwise, whatever else was found.
-    bool check(const std::string& path);
+    Outcome check(const std::string& path);
+    // Holds an OEM extra file against the default file the service loads with
+    // it, as the service merges them: what it drops, and why. Both must have
+    // been checked; the problems go to the file they are in.
+    static void checkPair(TuningFileChecker& defaults, TuningFileChecker& extra);
 
+    const std::string& path() const { return mPath; }
     const std::vector<Problem>& problems() const { return mProblems; }
     int errorCount() const;
     int warningCount() const;
@@ -42,27 +58,45 @@ public:
 
 private:
     struct Records;
+    // What checkPair needs of a file once its document is gone.
+    struct Device {
+        int line;
+        std::string port;
+        std::string tuning;
+    };
 
     void validateSchema(_xmlDoc* document);
     void checkContent(_xmlNode* root);
     void checkPreset(_xmlNode* node, Records& records);
+    void checkBands(_xmlNode* preset, const std::string& id, _xmlNode* curve, Records& records);
     void checkProfile(_xmlNode* node, Records& records);
     void checkEndpoint(_xmlNode* node, int profileId, Records& records);
     void checkTuning(_xmlNode* node, Records& records);
-    // Parameter elements of one record: misplaced values, repeats and gaps.
+    void checkName(_xmlNode* node, const char* what, const std::string& name);
+    // Parameter elements of one record: misplaced values, repeats and gaps,
+    // and values a client cannot set.
     void checkParameters(_xmlNode* parent, const char* recordKind, const std::string& recordName,
-                         const std::vector<std::string>& skipped);
+                         const std::vector<std::string>& skipped, int endpoint = -1);
     void checkValue(_xmlNode* element);
+    void checkClientRange(_xmlNode* element, const char* recordKind, int endpoint);
     void checkNumbers(_xmlNode* element, const std::string& what, const std::string& text);
     void checkCrossReferences(_xmlNode* root, Records& records);
+    void sortProblems();
 
-    void add(int line, bool error, const std::string& message);
-    void error(_xmlNode* node, const std::string& message);
-    void warning(_xmlNode* node, const std::string& message);
+    void add(int line, bool error, const char* rule, const std::string& message, int column = 0);
+    void error(_xmlNode* node, const char* rule, const std::string& message);
+    void warning(_xmlNode* node, const char* rule, const std::string& message);
 
     std::string mSchemaText;
+    std::string mPath;
     std::vector<Problem> mProblems;
     bool mExtraFile = false;
+    // The version as the loader joins it, and the line it is taken from.
+    std::string mFormatVersion;
+    int mFormatVersionLine = 0;
+    int mRootLine = 0;
+    std::map<std::string, int> mTunings;
+    std::map<std::string, Device> mDevices;
 };
 
 }  // namespace orvan::tool
