@@ -1,0 +1,252 @@
+#pragma once
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/common/TempRoot.h"
+#include "tests/common/ToolRun.h"
+#include "tools/orvaxd/OrvaxBus.h"
+#include "tools/orvaxd/OrvaxBusClient.h"
+
+namespace orvan::test {
+
+// A process the test started; killed and reaped when the object goes, also
+// when the test fails half-way.
+class ChildProcess {
+public:
+    ChildProcess() = default;
+    ~ChildProcess() { kill(SIGKILL, std::chrono::milliseconds(5000)); }
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    // Runs `argv` with `environment` ("NAME=value") added, its output appended
+    // to `outPath` and `errPath`.
+    bool start(const std::vector<std::string>& argv, const std::vector<std::string>& environment,
+               const std::string& outPath, const std::string& errPath) {
+        mPid = fork();
+        if (mPid == 0) {
+            for (const std::string& setting : environment) {
+                putenv(const_cast<char*>(setting.c_str()));
+            }
+            const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+            const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+            dup2(out, STDOUT_FILENO);
+            dup2(err, STDERR_FILENO);
+            std::vector<char*> args;
+            for (const std::string& arg : argv) {
+                args.push_back(const_cast<char*>(arg.c_str()));
+            }
+            args.push_back(nullptr);
+            execvp(args[0], args.data());
+            _exit(127);
+        }
+        return mPid > 0;
+    }
+
+    pid_t pid() const { return mPid; }
+    bool running() {
+        if (mPid <= 0) {
+            return false;
+        }
+        int status = 0;
+        if (waitpid(mPid, &status, WNOHANG) == mPid) {
+            mPid = -1;
+            mStatus = status;
+            return false;
+        }
+        return true;
+    }
+
+    // Sends `signal` and reaps the process, with SIGKILL after `patience`.
+    // The exit status, or -1 when a signal ended it.
+    int kill(int signal, std::chrono::milliseconds patience) {
+        if (!running()) {
+            return exitStatus();
+        }
+        ::kill(mPid, signal);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (running() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        if (running()) {
+            ::kill(mPid, SIGKILL);
+            waitpid(mPid, &mStatus, 0);
+            mPid = -1;
+        }
+        return exitStatus();
+    }
+
+private:
+    int exitStatus() const { return WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : -1; }
+
+    pid_t mPid = -1;
+    int mStatus = 0;
+};
+
+// Polls `done` every 10 ms for up to `patience`.
+template <typename Condition>
+bool eventually(Condition done, std::chrono::milliseconds patience = std::chrono::milliseconds(5000)) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+// A bus of the test's own: a dbus-daemon with the session configuration.
+class PrivateBus {
+public:
+    explicit PrivateBus(const std::string& directory) : mAddressFile(directory + "/bus.address") {
+        mDaemon.start({"dbus-daemon", "--session", "--nofork", "--print-address"}, {}, mAddressFile,
+                      directory + "/bus.log");
+        eventually([this] {
+            const std::string text = readFile(mAddressFile);
+            if (text.find('\n') == std::string::npos) {
+                return false;
+            }
+            mAddress = text.substr(0, text.find('\n'));
+            return true;
+        });
+    }
+    const std::string& address() const { return mAddress; }
+
+private:
+    ChildProcess mDaemon;
+    std::string mAddressFile;
+    std::string mAddress;
+};
+
+// An OrvaxBusClient on the bus, connected or failing the test.
+inline void connectTo(const PrivateBus& bus, tool::OrvaxBusClient* client) {
+    std::string error;
+    ASSERT_TRUE(client->connect(tool::OrvaxBusClient::Bus::kSession, bus.address(), &error)) << error;
+}
+
+// orvaxd serving `root` on `bus`, its log in the root.
+class Daemon {
+public:
+    Daemon(const PrivateBus& bus, const TempRoot& root) : mBus(bus), mRoot(root) {}
+
+    // Starts it and waits until it owns the name.
+    bool start() {
+        const std::string log = logPath();
+        if (!mProcess.start({ORVAXD_PATH, "--root", mRoot.path(), "--session"},
+                            {"DBUS_SESSION_BUS_ADDRESS=" + mBus.address()}, log, log)) {
+            return false;
+        }
+        tool::OrvaxBusClient client;
+        std::string error;
+        if (!client.connect(tool::OrvaxBusClient::Bus::kSession, mBus.address(), &error)) {
+            return false;
+        }
+        return eventually(
+                [&] {
+                    bool present = false;
+                    return !mProcess.running() || (client.daemonPresent(&present, &error) && present);
+                },
+                std::chrono::milliseconds(20000)) &&
+               mProcess.running();
+    }
+    ChildProcess& process() { return mProcess; }
+    std::string logPath() const { return mRoot.path() + "/orvaxd.log"; }
+    std::string log() const { return readFile(logPath()); }
+
+private:
+    const PrivateBus& mBus;
+    const TempRoot& mRoot;
+    ChildProcess mProcess;
+};
+
+// Runs a command-line bus client; `run.status` is its exit status.
+inline ToolRun runClient(const TempRoot& root, const std::vector<std::string>& argv) {
+    static int sRun = 0;
+    std::string command;
+    for (const std::string& arg : argv) {
+        command += " '" + arg + "'";
+    }
+    const std::string capture = root.path() + "/.client" + std::to_string(sRun++);
+    const int status = std::system((command + " >'" + capture + ".out' 2>'" + capture + ".err'").c_str());
+    ToolRun run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(capture + ".out"), readFile(capture + ".err")};
+    std::remove((capture + ".out").c_str());
+    std::remove((capture + ".err").c_str());
+    return run;
+}
+
+// `gdbus call` of a method of the daemon's interface.
+inline ToolRun gdbusCall(const TempRoot& root, const PrivateBus& bus, const std::string& member,
+                         const std::vector<std::string>& args) {
+    std::vector<std::string> argv = {"gdbus", "call", "--address", bus.address(), "--dest", bus::kBusName,
+                                     "--object-path", bus::kObjectPath, "--method",
+                                     std::string(bus::kInterface) + "." + member};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return runClient(root, argv);
+}
+
+// `dbus-send` of a method call, arguments as TYPE:VALUE.
+inline ToolRun dbusSend(const TempRoot& root, const PrivateBus& bus, const std::string& member,
+                        const std::vector<std::string>& args) {
+    std::vector<std::string> argv = {"dbus-send", "--bus=" + bus.address(), "--print-reply",
+                                     "--dest=" + std::string(bus::kBusName), bus::kObjectPath,
+                                     std::string(bus::kInterface) + "." + member};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return runClient(root, argv);
+}
+
+// A set-event 1 blob: dialog enhancer amount of profile 0 to `value`; word 4,
+// which the service does not read for this event, carries `tag`.
+inline std::vector<uint8_t> amountBlob(int32_t tag, int32_t value) {
+    const int32_t words[] = {1 << 24, tag, 0, 108, value};
+    std::vector<uint8_t> blob;
+    for (int32_t word : words) {
+        for (int shift = 0; shift < 32; shift += 8) {
+            blob.push_back(static_cast<uint8_t>(static_cast<uint32_t>(word) >> shift));
+        }
+    }
+    return blob;
+}
+
+// The query blob of the dialog enhancer amount of profile 0.
+inline std::vector<uint8_t> amountQuery() {
+    return {0, 0, 0, 1, 108, 0, 0, 0, 0, 0, 0, 0};
+}
+
+// The tag of a blob made by amountBlob(), or 0.
+inline int32_t tagOf(const std::vector<uint8_t>& blob) {
+    if (blob.size() < 8 || blob[3] != 1) {
+        return 0;
+    }
+    return static_cast<int32_t>(blob[4] | blob[5] << 8 | blob[6] << 16 | static_cast<uint32_t>(blob[7]) << 24);
+}
+
+// `bytes` as gdbus writes a byte array: "[byte 0x00, 0x01]".
+inline std::string gvariantBytes(const std::vector<uint8_t>& bytes) {
+    std::string text = "[byte ";
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        text += (i == 0 ? "" : ", ") + std::to_string(bytes[i]);
+    }
+    return text + "]";
+}
+
+// `bytes` as dbus-send takes them: "array:byte:0,1".
+inline std::string dbusSendBytes(const std::vector<uint8_t>& bytes) {
+    std::string text = "array:byte:";
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        text += (i == 0 ? "" : ",") + std::to_string(bytes[i]);
+    }
+    return text;
+}
+
+}  // namespace orvan::test

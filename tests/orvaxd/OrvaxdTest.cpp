@@ -1,0 +1,279 @@
+#include <unistd.h>
+
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/orvaxd/BusTestSupport.h"
+
+namespace orvan::test {
+namespace {
+
+using tool::OrvaxBusClient;
+using namespace std::chrono_literals;
+
+// A private bus, a root with the bundled tuning files and orvaxd serving it.
+class OrvaxdTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_FALSE(mBus.address().empty()) << "dbus-daemon gave no address: " << readFile(mRoot.path() + "/bus.log");
+        ASSERT_EQ(orvaxctl(mRoot.path(), {"install"}).status, 0);
+        ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
+    }
+
+    // Stops the daemon with SIGKILL and starts another on the same root.
+    void restartAfterKill() {
+        mDaemon->process().kill(SIGKILL, 5000ms);
+        mDaemon = std::make_unique<Daemon>(mBus, mRoot);
+        ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
+    }
+
+    int32_t storedAmount() {
+        OrvaxBusClient client;
+        connectTo(mBus, &client);
+        std::vector<uint8_t> answer;
+        std::string error;
+        EXPECT_TRUE(client.getParam(amountQuery(), 4, &answer, &error)) << error;
+        return answer.size() == 4 ? tagOf({0, 0, 0, 1, answer[0], answer[1], answer[2], answer[3]}) : -1;
+    }
+
+    int64_t intParam(OrvaxBusClient& client, const std::string& code) {
+        int64_t value = -1;
+        std::string error;
+        EXPECT_TRUE(client.getIntParam(code, &value, &error)) << error;
+        return value;
+    }
+
+    TempRoot mRoot;
+    PrivateBus mBus{mRoot.path()};
+    std::unique_ptr<Daemon> mDaemon = std::make_unique<Daemon>(mBus, mRoot);
+};
+
+TEST_F(OrvaxdTest, EveryRegisteredClientHearsEachChangeOfFourSendersOnce) {
+    constexpr int kInProcessSets = 25;
+    constexpr int kToolSets = 8;
+    OrvaxBusClient first;
+    OrvaxBusClient second;
+    connectTo(mBus, &first);
+    connectTo(mBus, &second);
+    // A bystander that asks for the daemon's signals: a broadcast would reach it.
+    ChildProcess bystander;
+    const std::string overheard = mRoot.path() + "/monitor.out";
+    ASSERT_TRUE(bystander.start({"gdbus", "monitor", "--address", mBus.address(), "--dest", bus::kBusName}, {},
+                                overheard, mRoot.path() + "/monitor.err"));
+    ASSERT_TRUE(eventually([&] { return !readFile(overheard).empty(); }));
+    std::string error;
+    ASSERT_TRUE(first.registerClient(0, &error)) << error;
+    ASSERT_TRUE(second.registerClient(5, &error)) << error;
+
+    // Two senders in this process, one through gdbus and one through dbus-send.
+    std::set<int32_t> expected;
+    std::vector<std::thread> senders;
+    for (int sender = 1; sender <= 4; ++sender) {
+        const int count = sender <= 2 ? kInProcessSets : kToolSets;
+        for (int i = 0; i < count; ++i) {
+            expected.insert(sender << 8 | i);
+        }
+        senders.emplace_back([this, sender, count] {
+            OrvaxBusClient client;
+            if (sender <= 2) {
+                connectTo(mBus, &client);
+            }
+            for (int i = 0; i < count; ++i) {
+                const std::vector<uint8_t> blob = amountBlob(sender << 8 | i, i % 17);
+                std::string failure;
+                if (sender <= 2) {
+                    EXPECT_TRUE(client.setParam(blob, &failure)) << failure;
+                } else if (sender == 3) {
+                    EXPECT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(blob)}).status, 0);
+                } else {
+                    EXPECT_EQ(dbusSend(mRoot, mBus, "SetParam", {dbusSendBytes(blob)}).status, 0);
+                }
+            }
+        });
+    }
+    for (std::thread& sender : senders) {
+        sender.join();
+    }
+
+    for (OrvaxBusClient* listener : {&first, &second}) {
+        std::map<int32_t, int> heard;
+        std::vector<uint8_t> blob;
+        // Until every change arrived, then a while longer for any repeat.
+        bool all = false;
+        while (listener->nextNotification(all ? 300 : 5000, &blob, &error)) {
+            if (tagOf(blob) != 0) {
+                ++heard[tagOf(blob)];
+            }
+            all = all || heard.size() == expected.size();
+        }
+        EXPECT_TRUE(error.empty()) << error;
+        EXPECT_EQ(heard.size(), expected.size());
+        for (const auto& [tag, times] : heard) {
+            EXPECT_TRUE(expected.count(tag) == 1) << "unexpected tag " << tag;
+            EXPECT_EQ(times, 1) << "tag " << tag;
+        }
+    }
+    EXPECT_EQ(readFile(overheard).find(bus::kParamChanged), std::string::npos) << readFile(overheard);
+}
+
+TEST_F(OrvaxdTest, ClientKilledWithSigkillStopsCountingAndIsNeverCalledAgain) {
+    // A codec client (type 1) in a process of its own.
+    ChildProcess listener;
+    const std::string heard = mRoot.path() + "/listener.out";
+    ASSERT_TRUE(listener.start({ORVAXD_PROBE_PATH, "listen", "1"}, {"DBUS_SESSION_BUS_ADDRESS=" + mBus.address()},
+                               heard, mRoot.path() + "/listener.err"));
+    ASSERT_TRUE(eventually([&] { return readFile(heard).find("registered") != std::string::npos; }))
+            << readFile(mRoot.path() + "/listener.err");
+    OrvaxBusClient client;
+    connectTo(mBus, &client);
+    EXPECT_EQ(intParam(client, "DCCP"), 1);
+
+    // The same type from this process is refused: the uid is the bus's, the same in both.
+    std::string error;
+    EXPECT_FALSE(client.registerClient(1, &error));
+    EXPECT_NE(error.find(bus::kErrorAlreadyRegistered), std::string::npos) << error;
+    EXPECT_NE(error.find("uid " + std::to_string(getuid())), std::string::npos) << error;
+
+    listener.kill(SIGKILL, 5000ms);
+    EXPECT_TRUE(eventually([&] { return intParam(client, "DCCP") == 0; })) << mDaemon->log();
+    ASSERT_TRUE(client.setParam(amountBlob(7, 3), &error)) << error;
+    EXPECT_TRUE(client.save(&error)) << error;
+    EXPECT_EQ(mDaemon->log().find("Call client failed"), std::string::npos) << mDaemon->log();
+
+    // Its key is free again, and the new client hears the next change.
+    ASSERT_TRUE(client.registerClient(1, &error)) << error;
+    EXPECT_EQ(intParam(client, "DCCP"), 1);
+    ASSERT_TRUE(client.setParam(amountBlob(8, 4), &error)) << error;
+    std::vector<uint8_t> blob;
+    bool heardIt = false;
+    while (!heardIt && client.nextNotification(5000, &blob, &error)) {
+        heardIt = tagOf(blob) == 8;
+    }
+    EXPECT_TRUE(heardIt) << error;
+    EXPECT_TRUE(mDaemon->process().running());
+}
+
+struct HostileCall {
+    const char* tool;  // "gdbus" or "dbus-send"
+    const char* member;
+    std::vector<std::string> args;
+    const char* reply;  // part of the error reply
+};
+
+TEST_F(OrvaxdTest, HostileCallsGetErrorRepliesAndTheDaemonLivesOn) {
+    const std::vector<HostileCall> calls = {
+        {"gdbus", "GetParam", {"[byte 1]", "16"}, "at least its event word; got 1 bytes"},
+        {"gdbus", "GetParam", {"[byte 0, 0, 0, 3, 0]", "16"}, "whole 32-bit words; got 5 bytes"},
+        {"gdbus", "GetParam", {"[byte 0, 0, 0, 3]", "4294967295"}, "capacity 4294967295 is above the limit"},
+        {"gdbus", "GetParam", {"[byte 0, 0, 0, 14]", "16"}, "the event (0 to 13)"},
+        {"gdbus", "SetParam", {"@ay []"}, "at least its event word; got 0 bytes"},
+        {"gdbus", "SetParam", {"[byte 1, 0, 0, 0]"}, "bytes 0 to 2 are zero"},
+        {"gdbus", "SetParam", {"[byte 0, 0, 0, 200]"}, "the event (0 to 12)"},
+        {"gdbus", "GetIntParam", {"ABC"}, "'ABC' is not a four-character code"},
+        {"gdbus", "GetIntParam", {"ABCDE"}, "'ABCDE' is not a four-character code"},
+        {"gdbus", "GetIntParam", {"ZZZZ"}, "unknown integer parameter 'ZZZZ'"},
+        {"gdbus", "SetIntParam", {"TEVO", "1"}, "read-only integer parameter"},
+        {"gdbus", "SetIntParam", {"RLT", "1"}, "'RLT' is not a four-character code"},
+        {"gdbus", "GetTuningDevices", {"99"}, "port 99 is not 0 to 6"},
+        {"dbus-send", "GetSelectedTuningDevice", {"int32:-1"}, "port -1 is not 0 to 6"},
+        {"gdbus", "SetSelectedTuningDevice", {"0", "no_such_device"}, "has no tuning device 'no_such_device'"},
+        {"gdbus", "Unregister", {}, "org.orvan.Orvax1.Error.NotRegistered"},
+        {"dbus-send", "GetIntParam", {"int32:5"}, "expecting 's'"},
+        {"dbus-send", "SetParam", {"string:blob"}, "expecting 'ay'"},
+        {"dbus-send", "GetParam", {"array:byte:0,0,0,3"}, "expecting 'ayu'"},
+        {"dbus-send", "Register", {"string:me"}, "expecting 'i'"},
+        {"dbus-send", "Forget", {}, "UnknownMethod"},
+    };
+    for (const HostileCall& call : calls) {
+        const ToolRun run = std::string(call.tool) == "gdbus" ? gdbusCall(mRoot, mBus, call.member, call.args)
+                                                              : dbusSend(mRoot, mBus, call.member, call.args);
+        EXPECT_NE(run.status, 0) << call.member << " was not refused: " << run.out;
+        EXPECT_NE(run.err.find(call.reply), std::string::npos) << call.member << ": " << run.err;
+    }
+    OrvaxBusClient client;
+    connectTo(mBus, &client);
+    std::string error;
+    EXPECT_FALSE(client.setParam(std::vector<uint8_t>(bus::kMaxBlobBytes + 4, 0), &error));
+    EXPECT_NE(error.find("at most 65536 bytes"), std::string::npos) << error;
+
+    EXPECT_TRUE(mDaemon->process().running());
+    EXPECT_EQ(intParam(client, "DTFV"), 1000000) << mDaemon->log();
+    EXPECT_EQ(storedAmount(), storedAmount());
+}
+
+TEST_F(OrvaxdTest, SigtermSavesTheSettingsAndExitsZero) {
+    const int32_t before = storedAmount();
+    const int32_t changed = before == 9 ? 10 : 9;
+    ASSERT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(amountBlob(0, changed))}).status, 0);
+    // Answered once queued; a query after it sees the change.
+    EXPECT_EQ(storedAmount(), changed);
+
+    EXPECT_EQ(mDaemon->process().kill(SIGTERM, 10000ms), 0) << mDaemon->log();
+    mDaemon = std::make_unique<Daemon>(mBus, mRoot);
+    ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
+    EXPECT_EQ(storedAmount(), changed);
+}
+
+TEST_F(OrvaxdTest, ABurstOfChangesIsSavedOnceWithinTheDelay) {
+    OrvaxBusClient client;
+    connectTo(mBus, &client);
+    std::string error;
+    constexpr int kBurst = 20;
+    for (int i = 1; i <= kBurst; ++i) {
+        ASSERT_TRUE(client.setParam(amountBlob(0, i % 17), &error)) << error;
+    }
+    // Long enough for a second save, which a burst must not cause.
+    std::this_thread::sleep_for(std::chrono::milliseconds(2 * bus::kSaveDelayMs + 800));
+    const std::string log = mDaemon->log();
+    size_t saves = 0;
+    for (size_t at = log.find("saved the settings"); at != std::string::npos;
+         at = log.find("saved the settings", at + 1)) {
+        ++saves;
+    }
+    EXPECT_EQ(saves, 1u) << log;
+
+    // Killed without a chance to save: the timed save kept the last value.
+    restartAfterKill();
+    EXPECT_EQ(storedAmount(), kBurst % 17);
+}
+
+// The interface file installed for other programs says what the object serves.
+TEST_F(OrvaxdTest, TheInstalledInterfaceFileMatchesTheLiveObject) {
+    const ToolRun live = runClient(mRoot, {"gdbus", "introspect", "--xml", "--address", mBus.address(), "--dest",
+                                           bus::kBusName, "--object-path", bus::kObjectPath});
+    ASSERT_EQ(live.status, 0) << live.err;
+    // Each member of org.orvan.Orvax1 with its arguments' types and directions.
+    auto members = [](const std::string& xml) {
+        const size_t start = xml.find("<interface name=\"org.orvan.Orvax1\">");
+        const std::string body = xml.substr(start, xml.find("</interface>", start) - start);
+        const std::regex item("<(method|signal|property) name=\"(\\w+)\"|<arg type=\"([^\"]+)\"[^>]*?"
+                              "(direction=\"(in|out)\")?[^>]*>|type=\"([^\"]+)\" access");
+        std::map<std::string, std::string> found;
+        std::string current;
+        for (auto it = std::sregex_iterator(body.begin(), body.end(), item); it != std::sregex_iterator(); ++it) {
+            const std::smatch& match = *it;
+            if (match[2].matched) {
+                current = match[1].str() + " " + match[2].str();
+                found[current];
+            } else if (match[3].matched) {
+                found[current] += match[3].str() + (match[5].matched ? match[5].str() : "") + " ";
+            } else {
+                found[current] += match[6].str();
+            }
+        }
+        return found;
+    };
+    const std::map<std::string, std::string> installed =
+            members(readFile(sourcePath("tools/orvaxd/org.orvan.Orvax1.xml")));
+    EXPECT_EQ(installed.size(), 13u);
+    EXPECT_EQ(members(live.out), installed) << live.out;
+}
+
+}  // namespace
+}  // namespace orvan::test
