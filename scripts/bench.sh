@@ -121,6 +121,7 @@ verdict() { awk -v v="$1" -v g="$2" 'BEGIN {print (v <= g) ? "PASS" : "MISS"}'; 
   printf 'peak heap, first start, 100x file\t%s\t\t-\n' "$(mib "$peak100")"
   printf 'steady heap, 100x file\t%s\t\t-\n' "$(mib "$steady100")"
 } > "$work/all.tsv"
+bench/bus-bench.sh "$dir" >> "$work/all.tsv"  # orvaxd through a private bus against a bare echo
 
 echo
 echo "== figures ($((SECONDS - start)) s; times are of this machine, for reference only)"

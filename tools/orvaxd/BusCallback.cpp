@@ -10,9 +10,6 @@ BusCallback::BusCallback(Outbox* outbox, std::string destination)
     : mOutbox(outbox), mDestination(std::move(destination)) {}
 
 android::hardware::Return<void> BusCallback::onParametersUpdated(const android::hardware::hidl_vec<uint8_t>& params) {
-    if (params.size() == 0) {
-        ++mEmptyNotifications;
-    }
     mOutbox->push(mDestination, params.data(), params.size());
     return android::hardware::Void();
 }

@@ -35,8 +35,6 @@ constexpr const char* kReadableCodes[] = {"ADEV", "APMO", "CHCT", "TEVO", "DCCP"
 constexpr const char* kReloadCode = "RLTF";
 constexpr size_t kCodeLength = 4;
 
-// What the service tells every client when the set of clients changed.
-constexpr uint8_t kRegistrationBlob[8] = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
 // Event 9 with the words the service reads for every event.
 constexpr uint8_t kSaveBlob[12] = {0, 0, 0, bus::kSaveEvent};
 
@@ -221,8 +219,8 @@ bool OrvaxDaemon::startService(std::string* error) {
     ALOGI("loading the settings of %s", mRoot.c_str());
     mService = new OrvanManagerService();
     // The daemon's own registration starts the settings and tells it of every change.
-    mOwnCallback = new BusCallback(&mOutbox, "");
-    mOwnProxy = new BpHwRnxCallbacks(mOwnCallback);
+    mOwnWatch = new ChangeWatch(&mOutbox);
+    mOwnProxy = new BpHwRnxCallbacks(mOwnWatch);
     mOwnKey = getuid() + static_cast<uint32_t>(kOwnClientType);
     mService->registerClient(mOwnProxy, kOwnClientType, getuid());
     if (mService->getDefaultXmlFormatVersion() == OrvanManagerService::kNotInitialized) {
@@ -361,6 +359,10 @@ std::string OrvaxDaemon::saveNow() {
         return "the service's event handler no longer runs";
     }
     mQueuedChanges = 0;
+    // Every change so far was carried out before the save: this one keeps them.
+    if (mOwnWatch != nullptr) {
+        mOwnWatch->takeChange();
+    }
     mSavePending = false;
     if (mSaveTimer != nullptr) {
         sd_event_source_set_enabled(mSaveTimer.get(), SD_EVENT_OFF);
@@ -375,11 +377,12 @@ int OrvaxDaemon::onOutbox(sd_event_source*, int, uint32_t, void* userdata) {
 
 void OrvaxDaemon::deliver() {
     for (const Outbox::Item& item : mOutbox.take()) {
-        if (item.destination.empty()) {
-            noteChange(item.blob);
-        } else if (mBus != nullptr) {
+        if (mBus != nullptr) {
             sendSignal(item.destination, item.blob);
         }
+    }
+    if (mOwnWatch != nullptr && mOwnWatch->takeChange()) {
+        noteChange();
     }
 }
 
@@ -403,11 +406,8 @@ void OrvaxDaemon::sendSignal(const std::string& destination, const std::vector<u
     }
 }
 
-void OrvaxDaemon::noteChange(const std::vector<uint8_t>& blob) {
-    const bool registration =
-            blob.size() == sizeof kRegistrationBlob && std::memcmp(blob.data(), kRegistrationBlob, blob.size()) == 0;
-    const bool save = blob.size() >= bus::kWordBytes && std::memcmp(blob.data(), kSaveBlob, bus::kWordBytes) == 0;
-    if (registration || save || mSavePending || mSaveTimer == nullptr) {
+void OrvaxDaemon::noteChange() {
+    if (mSavePending || mSaveTimer == nullptr) {
         return;
     }
     // Armed by the first change only, so a steady stream still saves every window.
@@ -525,10 +525,10 @@ int OrvaxDaemon::onSetIntParam(sd_bus_message* m, void* userdata, sd_bus_error* 
                       kReloadCode);
     }
     // A reload that worked is told to every client, the daemon's own watch included.
-    const uint64_t reloads = self->mOwnCallback->emptyNotifications();
+    const uint64_t reloads = self->mOwnWatch->reloads();
     self->mService->setIntParam(packCode(code), value);
     self->mQueuedChanges = 0;
-    if (!self->mService->waitForEvents() || self->mOwnCallback->emptyNotifications() == reloads) {
+    if (!self->mService->waitForEvents() || self->mOwnWatch->reloads() == reloads) {
         return refuse(m, error, bus::kErrorReloadFailed, "the OEM extra tuning file %s was not reloaded (the log of "
                       "orvaxd tells why)", DevicePaths::extraTuningFile().c_str());
     }

@@ -11,6 +11,7 @@
 #include "service/OrvanManagerService.h"
 #include "tools/orvaxd/BusCallback.h"
 #include "tools/orvaxd/BusHandles.h"
+#include "tools/orvaxd/ChangeWatch.h"
 #include "tools/orvaxd/Outbox.h"
 
 namespace orvan::tool {
@@ -80,7 +81,8 @@ private:
     // Sends every notification waiting in the outbox.
     void deliver();
     void sendSignal(const std::string& destination, const std::vector<uint8_t>& blob);
-    void noteChange(const std::vector<uint8_t>& blob);
+    // Schedules a save unless one is scheduled.
+    void noteChange();
     // After a change was queued; past kMaxQueuedChanges it waits for them,
     // so a flood of changes cannot outgrow the event handler.
     void noteQueued();
@@ -105,7 +107,7 @@ private:
     bool mSavePending = false;
     bool mStoppedBySignal = false;
     android::sp<android::OrvanManagerService> mService;
-    android::sp<BusCallback> mOwnCallback;
+    android::sp<ChangeWatch> mOwnWatch;
     android::sp<vendor::orvan::hardware::rnx::V2_0::BpHwRnxCallbacks> mOwnProxy;
     uint32_t mOwnKey = 0;
     // By unique bus name.

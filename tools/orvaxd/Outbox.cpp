@@ -33,11 +33,14 @@ void Outbox::push(const std::string& destination, const uint8_t* data, size_t le
     }
     // One wake-up per batch: the bus thread takes everything at once.
     if (wasEmpty) {
-        const uint64_t one = 1;
-        if (write(mFd, &one, sizeof one) != static_cast<ssize_t>(sizeof one)) {
-            ALOGE("cannot wake the bus thread for a notification to '%s': %s", destination.c_str(),
-                  std::strerror(errno));
-        }
+        wake();
+    }
+}
+
+void Outbox::wake() {
+    const uint64_t one = 1;
+    if (write(mFd, &one, sizeof one) != static_cast<ssize_t>(sizeof one)) {
+        ALOGE("cannot wake the bus thread: %s", std::strerror(errno));
     }
 }
 

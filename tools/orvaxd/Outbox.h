@@ -15,7 +15,7 @@ namespace orvan::tool {
 class Outbox {
 public:
     struct Item {
-        // A client's unique bus name; empty for the daemon's own watch.
+        // The client's unique bus name.
         std::string destination;
         std::vector<uint8_t> blob;
     };
@@ -28,6 +28,8 @@ public:
     // -1 when the eventfd could not be made (logged).
     int fd() const { return mFd; }
     void push(const std::string& destination, const uint8_t* data, size_t length);
+    // Wakes the bus thread without an item.
+    void wake();
     // Every item pushed so far, oldest first; clears the eventfd.
     std::vector<Item> take();
 
