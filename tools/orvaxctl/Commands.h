@@ -30,6 +30,7 @@ int runReload(const CommandLine& args);
 int runEngine(const CommandLine& args);
 int runBlob(const CommandLine& args);
 int runDemo(const CommandLine& args);
+int runPlot(const CommandLine& args);
 
 // The platform log goes to stderr; lines below this priority are shown only
 // with --verbose.

@@ -86,6 +86,11 @@ const std::vector<Command>& commands() {
          "for 'set' the notifications the client received, for 'get' the bytes written into an\n"
          "output of BYTES bytes (default 256). Blanks and ':' between the digits are ignored.",
          {"--out"}, {}, 2, kAny, runBlob},
+        {"plot", "plot [--profile P] [--port PORT] -o FILE",
+         "Draws the GEQ curve and the IEQ target that profile P (default: the selected one) applies\n"
+         "on PORT (default: internal_speaker), gain in dB over frequency, into FILE: SVG or PNG\n"
+         "by its extension.",
+         {"--profile", "--port", "--output"}, {}, 0, 2, runPlot},
     };
     return kCommands;
 }
