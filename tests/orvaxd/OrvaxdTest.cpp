@@ -243,6 +243,59 @@ TEST_F(OrvaxdTest, ABurstOfChangesIsSavedOnceWithinTheDelay) {
     EXPECT_EQ(storedAmount(), kBurst % 17);
 }
 
+// orvaxctl finds the daemon through the session bus of its environment.
+class BusEnvironment {
+public:
+    explicit BusEnvironment(const std::string& address) { setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1); }
+    ~BusEnvironment() { unsetenv("DBUS_SESSION_BUS_ADDRESS"); }
+};
+
+TEST_F(OrvaxdTest, OrvaxctlGoesThroughTheDaemonOfItsRootOnly) {
+    BusEnvironment environment(mBus.address());
+    EXPECT_EQ(orvaxctl(mRoot.path(), {"daemon"}).status, 0);
+    TempRoot other;
+    EXPECT_EQ(orvaxctl(other.path(), {"daemon"}).status, 1);
+
+    // In this process the service would wait for the daemon's settings; through it, it answers.
+    const ToolRun devices = orvaxctl(mRoot.path(), {"devices", "0"});
+    EXPECT_EQ(devices.status, 0) << devices.err;
+    const ToolRun selected = orvaxctl(mRoot.path(), {"device", "0", "mono_speaker"});
+    EXPECT_EQ(selected.status, 0) << selected.err;
+    OrvaxBusClient client;
+    connectTo(mBus, &client);
+    std::string device;
+    std::string error;
+    ASSERT_TRUE(client.getSelectedTuningDevice(0, &device, &error)) << error;
+    EXPECT_EQ(device, "mono_speaker");
+    EXPECT_EQ(orvaxctl(mRoot.path(), {"int", "DTFV"}).out, "1000000\n");
+    EXPECT_NE(orvaxctl(mRoot.path(), {"status"}).out.find("Profile ID : 0"), std::string::npos);
+
+    // A command that needs the service in its own process says so at once.
+    const ToolRun get = orvaxctl(mRoot.path(), {"get", "108"});
+    EXPECT_EQ(get.status, 1);
+    EXPECT_NE(get.err.find("does not go through it"), std::string::npos) << get.err;
+}
+
+TEST_F(OrvaxdTest, WatchPrintsEachNotificationDecodedUntilInterrupted) {
+    ChildProcess watch;
+    const std::string printed = mRoot.path() + "/watch.out";
+    ASSERT_TRUE(watch.start({ORVAXCTL_PATH, "--root", mRoot.path(), "watch", "--json"},
+                            {"DBUS_SESSION_BUS_ADDRESS=" + mBus.address()}, printed, mRoot.path() + "/watch.err"));
+    // Its own registration is the first notification it hears.
+    ASSERT_TRUE(eventually([&] { return readFile(printed).find("\"clients\"") != std::string::npos; }))
+            << readFile(mRoot.path() + "/watch.err");
+    ASSERT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(amountBlob(0, 5))}).status, 0);
+    ASSERT_EQ(gdbusCall(mRoot, mBus, "SetSelectedTuningDevice", {"0", "mono_speaker"}).status, 0);
+    const std::string change =
+            "{\"kind\": \"set\", \"event\": 1, \"profile\": 0, \"parameter\": \"dialog_enhancer_amount\", \"id\": 108, "
+            "\"values\": [5], \"raw\": \"00000001 00000000 00000000 6c000000 05000000\"}\n";
+    const std::string device = "{\"kind\": \"tuning_device\", \"name\": \"mono_speaker\"";
+    EXPECT_TRUE(eventually([&] { return readFile(printed).find(device) != std::string::npos; })) << readFile(printed);
+    EXPECT_NE(readFile(printed).find(change), std::string::npos) << readFile(printed);
+
+    EXPECT_EQ(watch.kill(SIGTERM, 5000ms), 0) << readFile(mRoot.path() + "/watch.err");
+}
+
 // The interface file installed for other programs says what the object serves.
 TEST_F(OrvaxdTest, TheInstalledInterfaceFileMatchesTheLiveObject) {
     const ToolRun live = runClient(mRoot, {"gdbus", "introspect", "--xml", "--address", mBus.address(), "--dest",

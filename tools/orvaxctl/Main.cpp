@@ -54,6 +54,16 @@ const std::vector<Command>& commands() {
          "Lists, per profile and endpoint, every saved value that differs from the factory value,\n"
          "as 'profile P ENDPOINT: PARAMETER FACTORY -> SAVED'. Reads the settings database only.",
          {}, {}, 0, 1, runChanges},
+        {"daemon", "daemon",
+         "Says whether orvaxd serves the root (on the session bus, else the system bus): exit\n"
+         "status 0 when it does, 1 when not. While it does, status, int, reload, devices and device\n"
+         "go through it, and the other service commands refuse unless --local is given.",
+         {}, {}, 0, 0, runDaemon},
+        {"watch", "watch [--json] [--type T]",
+         "Registers with the orvaxd that serves the root (as client type T, default 0) and prints\n"
+         "each notification as it arrives, decoded and raw; one JSON object a line with --json.\n"
+         "Runs until interrupted.",
+         {"--type"}, {"--json"}, 0, 0, runWatch},
         {"status", "status", "Prints the service's dump.", {}, {}, 0, 0, runStatus},
         {"profiles", "profiles", "Lists the profiles: id, name, mobility, modified, selected.", {}, {}, 0, 0,
          runProfiles},
@@ -109,10 +119,11 @@ void toolLogger(const __android_logger_data* data, const char* message) {
 
 void printUsage(FILE* out) {
     std::fprintf(out,
-                 "usage: orvaxctl [--root DIR] [--verbose] COMMAND [ARGS]\n"
+                 "usage: orvaxctl [--root DIR] [--verbose] [--local] COMMAND [ARGS]\n"
                  "       orvaxctl --help | --version | COMMAND --help\n\n"
                  "Drives the Orvax settings service on a root directory (--root, else ORVAN_ROOT,\n"
-                 "else the device paths). Exit status: 0 done, 1 refused, 2 usage error.\n\n"
+                 "else the device paths). Exit status: 0 done, 1 refused, 2 usage error. When orvaxd\n"
+                 "serves the root, commands go through it; --local runs the service in this process.\n\n"
                  "commands (COMMAND --help tells more):\n");
     for (const Command& command : commands()) {
         std::fprintf(out, "  %s\n", command.synopsis);
@@ -158,6 +169,7 @@ int runMain(int argc, char** argv) {
     std::vector<std::string> rest;
     std::string root;
     bool verbose = false;
+    bool local = false;
     bool help = false;
     bool version = false;
     // Global options may come before or after the command.
@@ -169,6 +181,8 @@ int runMain(int argc, char** argv) {
             root = arg.substr(7);
         } else if (arg == "--root") {
             return fail(kExitUsage, "option --root needs a value");
+        } else if (arg == "--local") {
+            local = true;
         } else if (arg == "--verbose" || arg == "-v") {
             verbose = true;
         } else if (arg == "--help" || arg == "-h") {
@@ -215,6 +229,9 @@ int runMain(int argc, char** argv) {
     if (count < command->minArgs || count > command->maxArgs) {
         return fail(kExitUsage, "%s: wrong number of arguments (usage: orvaxctl %s)", command->name,
                     command->synopsis);
+    }
+    if (int status = 0; !local && runThroughDaemon(command->name, args, &status)) {
+        return status;
     }
     return command->run(args);
 }

@@ -4,6 +4,7 @@
 
 #include <time.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include <log/log.h>
@@ -299,6 +300,10 @@ bool OrvaxBusClient::nextNotification(int timeoutMs, std::vector<uint8_t>* blob,
             return false;
         }
         const int waited = sd_bus_wait(mBus.get(), deadline == UINT64_MAX ? UINT64_MAX : deadline - now);
+        // A signal that the caller handles ends the wait like a timeout.
+        if (waited == -EINTR) {
+            return false;
+        }
         if (waited < 0) {
             *error = std::string("cannot wait for the bus: ") + std::strerror(-waited);
             return false;

@@ -45,7 +45,8 @@ public:
     bool root(std::string* path, std::string* error);
 
     // The next ParamChanged blob, waiting up to `timeoutMs` (forever when
-    // negative); false on a timeout (error empty) or a lost connection.
+    // negative); false on a timeout or a signal (error empty) or a lost
+    // connection.
     bool nextNotification(int timeoutMs, std::vector<uint8_t>* blob, std::string* error);
 
 private:
