@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include <log/log.h>
 
@@ -349,6 +350,13 @@ DatabaseHelper::DatabaseHelper(const std::string& fileName)
             if (name != "_id" && name != "custom_name") {
                 mColumnIndexes[i].emplace(name, mValueColumns[i].size());
                 mValueColumns[i].push_back(name);
+            }
+        }
+        mKeyIndexes[i].insert(mColumnIndexes[i].begin(), mColumnIndexes[i].end());
+        for (const FieldColumn& field : kFieldColumns) {
+            if (field.table == static_cast<TableType>(i)) {
+                const auto column = mColumnIndexes[i].find(field.column);
+                mKeyIndexes[i][field.key] = column != mColumnIndexes[i].end() ? column->second : kNoColumn;
             }
         }
     }
@@ -905,7 +913,6 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
 
 std::vector<std::string> DatabaseHelper::valuesByColumn(TableType type, const std::string& text) const {
     const std::string& table = mTableNames[type];
-    const std::map<std::string, size_t>& columnIndexes = mColumnIndexes[type];
     // The lines after the first, as getline splits them; a later line for a
     // column wins. Read without streams: a rebuild inserts every record so.
     std::vector<std::string> byColumn(mValueColumns[type].size());
@@ -933,10 +940,11 @@ std::vector<std::string> DatabaseHelper::valuesByColumn(TableType type, const st
         } else {
             value = text.substr(eq + 1, lineEnd - eq - 1);
         }
-        const std::string column = columnForKey(type, text.substr(begin, eq - begin));
-        auto index = columnIndexes.find(column);
-        if (index == columnIndexes.end()) {
-            ALOGE("%s is no column of %s, value dropped", column.c_str(), table.c_str());
+        const std::string_view key(text.data() + begin, eq - begin);
+        const auto index = mKeyIndexes[type].find(key);
+        if (index == mKeyIndexes[type].end() || index->second == kNoColumn) {
+            ALOGE("%s is no column of %s, value dropped", columnForKey(type, std::string(key)).c_str(),
+                  table.c_str());
             continue;
         }
         byColumn[index->second] = storedValue(std::move(value));

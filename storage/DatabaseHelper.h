@@ -256,6 +256,10 @@ private:
     std::array<std::vector<std::string>, kTableTypeCount> mValueColumns;
     // Where each value column is in mValueColumns.
     std::array<std::map<std::string, size_t>, kTableTypeCount> mColumnIndexes;
+    // A record's text key to its column's index (kNoColumn: dropped), for
+    // reading a record's text without building each key's column name.
+    static constexpr size_t kNoColumn = static_cast<size_t>(-1);
+    std::array<std::map<std::string, size_t, std::less<>>, kTableTypeCount> mKeyIndexes;
     std::unordered_map<std::string, Parameter> mParameterNames;
     std::map<TableType, HeldTable> mHeld;
     // Whether holdTableRows began the open read transaction.
