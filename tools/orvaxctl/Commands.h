@@ -30,6 +30,8 @@ int runReload(const CommandLine& args);
 int runEngine(const CommandLine& args);
 int runBlob(const CommandLine& args);
 int runDemo(const CommandLine& args);
+int runPlot(const CommandLine& args);
+int runParams(const CommandLine& args);
 
 // Commands through orvaxd (DaemonCommands.cpp).
 int runDaemon(const CommandLine& args);
@@ -37,7 +39,6 @@ int runWatch(const CommandLine& args);
 // When orvaxd serves the root, runs `command` through it (or refuses one that
 // cannot go through it) and returns true with the exit status in `status`.
 bool runThroughDaemon(const std::string& command, const CommandLine& args, int* status);
-int runPlot(const CommandLine& args);
 
 // The platform log goes to stderr; lines below this priority are shown only
 // with --verbose.

@@ -71,13 +71,18 @@ const std::vector<Command>& commands() {
         {"reset", "reset P", "Returns profile P to its factory values.", {}, {}, 1, 1, runReset},
         {"on", "on", "Turns the engine on.", {}, {}, 0, 0, runOn},
         {"off", "off", "Turns the engine off.", {}, {}, 0, 0, runOff},
+        {"params", "params [--json]",
+         "Lists the client parameters: id, name, the range a client may set, how many values,\n"
+         "and whether a value is given per endpoint. get and set take the id or the name.",
+         {}, {"--json"}, 0, 0, runParams},
         {"get", "get ID [--profile P] [--port N]",
-         "Prints the values of client parameter ID (100 to 116) of profile P (default: the\n"
-         "selected one), on the endpoint of port N when given.",
+         "Prints the values of client parameter ID (an id or a name, see 'params') of profile P\n"
+         "(default: the selected one), on the endpoint of port N when given.",
          {"--profile", "--port"}, {}, 1, 1, runGet},
         {"set", "set ID V... [--profile P] [--port N]",
-         "Sets client parameter ID of profile P (default: the selected one), on the endpoint of\n"
-         "port N when given, and prints the values stored (the service keeps them in range).",
+         "Sets client parameter ID (an id or a name) of profile P (default: the selected one), on\n"
+         "the endpoint of port N when given, and prints the values stored (the service keeps them\n"
+         "in range).",
          {"--profile", "--port"}, {}, 2, kAny, runSet},
         {"devices", "devices PORT", "Lists the tuning devices of PORT (0 to 5 or its name); * marks the selected one.",
          {}, {}, 1, 1, runDevices},

@@ -94,8 +94,9 @@ struct ParameterAddress {
 // Reads ID, --profile and --port; the profile defaults to the selected one
 // later, once the service runs. Prints the usage error itself.
 bool parseAddress(const CommandLine& args, const char* command, ParameterAddress* address) {
-    if (!parseInt32(args.positionals()[0], &address->id)) {
-        fail(kExitUsage, "%s: '%s' is not a parameter id", command, args.positionals()[0].c_str());
+    if (!parseParameterId(args.positionals()[0], &address->id)) {
+        fail(kExitUsage, "%s: '%s' is not a parameter id or name (see 'orvaxctl params')", command,
+             args.positionals()[0].c_str());
         return false;
     }
     address->profileGiven = args.has("--profile");

@@ -22,6 +22,9 @@ struct EngineRow {
 
 // "1,2,3"
 std::string joinValues(const std::vector<int32_t>& values);
+// A client parameter by its name ("ieq_amount") or its number; false for
+// text that is neither. A number the table lacks is left to the service.
+bool parseParameterId(const std::string& text, int32_t* id);
 // The profile table of the profiles command.
 void printProfiles(ServiceSession& session);
 // The committed engine parameters, sorted by device key and code; of one
