@@ -1,3 +1,4 @@
+#include <grp.h>
 #include <unistd.h>
 
 #include <map>
@@ -326,6 +327,92 @@ TEST_F(OrvaxdTest, TheInstalledInterfaceFileMatchesTheLiveObject) {
             members(readFile(sourcePath("tools/orvaxd/org.orvan.Orvax1.xml")));
     EXPECT_EQ(installed.size(), 13u);
     EXPECT_EQ(members(live.out), installed) << live.out;
+}
+
+struct PolicyCase {
+    const char* member;
+    std::vector<std::string> args;
+    bool inSetterGroup;
+    bool allowed;
+};
+
+// The installed bus policy on a bus configured as the system bus is: method
+// calls are denied unless a policy allows them.
+TEST(OrvaxdPolicyTest, OnTheSystemBusOnlyTheSetterGroupChangesSettings) {
+    if (getuid() != 0) {
+        GTEST_SKIP() << "calling as another user needs root";
+    }
+    const group* setters = getgrnam(ORVAXD_SETTER_GROUP);
+    if (setters == nullptr) {
+        GTEST_SKIP() << "no group " << ORVAXD_SETTER_GROUP << " on this machine";
+    }
+    TempRoot root;
+    ASSERT_EQ(orvaxctl(root.path(), {"install"}).status, 0);
+    const std::string config = writeFile(root, "system.conf", std::string(R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>unix:tmpdir=/tmp</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow send_type="signal"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_type="method_call"/>
+    <allow receive_type="method_return"/>
+    <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
+  </policy>
+  <include>)") + ORVAXD_POLICY_PATH + "</include>\n</busconfig>\n");
+    ChildProcess busDaemon;
+    const std::string addressFile = root.path() + "/system.address";
+    ASSERT_TRUE(busDaemon.start({"dbus-daemon", "--config-file=" + config, "--nofork", "--print-address"}, {},
+                                addressFile, root.path() + "/system.log"));
+    ASSERT_TRUE(eventually([&] { return readFile(addressFile).find('\n') != std::string::npos; }))
+            << readFile(root.path() + "/system.log");
+    const std::string address = readFile(addressFile).substr(0, readFile(addressFile).find('\n'));
+    ChildProcess daemon;
+    const std::string log = root.path() + "/orvaxd.log";
+    ASSERT_TRUE(daemon.start({ORVAXD_PATH, "--root", root.path(), "--system"}, {"DBUS_SYSTEM_BUS_ADDRESS=" + address},
+                             log, log));
+    OrvaxBusClient client;
+    std::string error;
+    ASSERT_TRUE(client.connect(OrvaxBusClient::Bus::kSystem, address, &error)) << error;
+    ASSERT_TRUE(eventually([&] {
+        bool present = false;
+        return client.daemonPresent(&present, &error) && present;
+    })) << readFile(log);
+
+    const std::vector<PolicyCase> cases = {
+        {"GetIntParam", {"DTFV"}, false, true},
+        {"Dump", {}, false, true},
+        {"GetTuningDevices", {"0"}, false, true},
+        {"SetParam", {"[byte 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0]"}, false, false},
+        {"SetIntParam", {"RLTF", "0"}, false, false},
+        {"SetSelectedTuningDevice", {"0", "mono_speaker"}, false, false},
+        {"Save", {}, false, false},
+        {"SetParam", {"[byte 0, 0, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0]"}, true, true},
+        {"Save", {}, true, true},
+    };
+    const std::string groups = "--groups=" + std::to_string(setters->gr_gid);
+    for (const PolicyCase& policy : cases) {
+        std::vector<std::string> argv = {"setpriv", "--reuid=65534", "--regid=65534",
+                                         policy.inSetterGroup ? groups : "--clear-groups", "gdbus", "call",
+                                         "--address", address, "--dest", bus::kBusName, "--object-path",
+                                         bus::kObjectPath, "--method", std::string(bus::kInterface) + "." + policy.member};
+        argv.insert(argv.end(), policy.args.begin(), policy.args.end());
+        const ToolRun run = runClient(root, argv);
+        EXPECT_EQ(run.status == 0, policy.allowed) << policy.member << (policy.inSetterGroup ? " in the group" : "")
+                                                   << ": " << run.err;
+        if (!policy.allowed) {
+            EXPECT_NE(run.err.find("AccessDenied"), std::string::npos) << run.err;
+        }
+    }
 }
 
 }  // namespace
