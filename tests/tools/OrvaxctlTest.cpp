@@ -189,33 +189,35 @@ struct BrokenFile {
     const char* message;
     // Where the problem is reported when not at the change.
     const char* reportedAt;
+    // The service serves the file and only its clients meet the problem.
+    bool installs;
 };
 
 // Each broken file is reported at its line, on stderr, with its rule.
 TEST(OrvaxctlCheckTest, ReportsTheLineAndRuleOfWhatIsBroken) {
     const BrokenFile cases[] = {
         {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", false, "schema",
-         "ieq-amount", nullptr},
-        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", false, "schema", "hdmx", nullptr},
+         "ieq-amount", nullptr, false},
+        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", false, "schema", "hdmx", nullptr, false},
         {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", true, "profile",
-         "profile id 1 is used again", nullptr},
+         "profile id 1 is used again", nullptr, false},
         {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>", true,
-         "value", "output-mode", nullptr},
+         "value", "output-mode", nullptr, false},
         {"amount a client cannot set", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"999\"/>", true, "range",
-         "999 is outside 0..16", nullptr},
+         "999 is outside 0..16", nullptr, true},
         {"amount just above the range", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"17\"/>", true, "range",
-         "17 is outside 0..16", nullptr},
+         "17 is outside 0..16", nullptr, true},
         {"profile-wide amount", "<reverb-suppression-amount value=\"", "<reverb-suppression-amount value=\"1", true,
-         "range", "the range of client parameter 115", nullptr},
+         "range", "the range of client parameter 115", nullptr, true},
         {"GEQ gain a client cannot set", "gain=\"89\"", "gain=\"5000\"", true, "range", "5000 is outside -576..576",
-         nullptr},
+         nullptr, true},
         {"19 GEQ bands", "<band_geq frequency=\"32\" gain=\"89\"/>", "", true, "bands",
          "has 19 bands (preset \"0\" has 20), but clients read and set 20 gains with id 110",
-         "<preset id=\"2\" type=\"geq\">"},
+         "<preset id=\"2\" type=\"geq\">", true},
         {"device with a blank", "id=\"usb_dock_speaker\"", "id=\"usb dock speaker\"", true, "name",
-         "device \"usb dock speaker\" holds a blank", nullptr},
+         "device \"usb dock speaker\" holds a blank", nullptr, true},
         {"tuning with a blank", "name=\"hdmi_output\"", "name=\"hdmi&#9;output\"", true, "name",
-         "holds a blank: a client cannot name it", nullptr},
+         "holds a blank: a client cannot name it", nullptr, true},
     };
     const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
     for (const BrokenFile& broken : cases) {
@@ -230,6 +232,9 @@ TEST(OrvaxctlCheckTest, ReportsTheLineAndRuleOfWhatIsBroken) {
                 << broken.name << ": expected " << file.path << ":" << line << " [" << broken.rule << "]\n"
                 << run.err;
         EXPECT_NE(std::string::npos, run.out.find(file.path + ": ")) << broken.name << ": no summary\n" << run.out;
+        const ToolRun install = orvaxctl(root, {"install", "--default", file.path});
+        EXPECT_EQ(broken.installs ? 0 : 1, install.status) << broken.name << ": " << install.err;
+        EXPECT_NE(std::string::npos, install.err.find("orvaxctl check " + file.path)) << broken.name;
         if (haveXmllint) {
             const std::string xmllint = "xmllint --noout --schema '" + sourcePath("docs/tuning-file.xsd") + "' '" +
                                         file.path + "' 2>/dev/null";

@@ -179,9 +179,13 @@ int runInstall(const CommandLine& args) {
             }
             QuietLog quiet;
             TuningFileChecker checker(kTuningFileSchema);
-            if (checker.check(item.source) != TuningFileChecker::Outcome::CHECKED || checker.errorCount() > 0) {
+            if (checker.check(item.source) != TuningFileChecker::Outcome::CHECKED || checker.loadErrorCount() > 0) {
                 return fail(kExitRefused, "%s has errors, not installed (see 'orvaxctl check %s')",
                             item.source.c_str(), item.source.c_str());
+            }
+            if (checker.errorCount() > 0) {
+                std::fprintf(stderr, "orvaxctl: %s: %d problem(s) that clients will meet (see 'orvaxctl check %s')\n",
+                             item.source.c_str(), checker.errorCount(), item.source.c_str());
             }
             if (checker.isExtraFile() != item.extra) {
                 return fail(kExitRefused, "%s cannot be the %s: %s", item.source.c_str(), item.what,

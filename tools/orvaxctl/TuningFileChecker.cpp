@@ -10,10 +10,12 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
+#include <string_view>
 #include <utility>
 
 #include "manager/ClientParameter.h"
@@ -209,6 +211,13 @@ TuningFileChecker::TuningFileChecker(std::string schemaText) : mSchemaText(std::
 
 int TuningFileChecker::errorCount() const {
     return static_cast<int>(std::count_if(mProblems.begin(), mProblems.end(), [](const Problem& p) { return p.error; }));
+}
+
+int TuningFileChecker::loadErrorCount() const {
+    static constexpr std::string_view kClientRules[] = {"range", "bands", "name", "pair"};
+    return static_cast<int>(std::count_if(mProblems.begin(), mProblems.end(), [](const Problem& p) {
+        return p.error && std::find(std::begin(kClientRules), std::end(kClientRules), p.rule) == std::end(kClientRules);
+    }));
 }
 
 int TuningFileChecker::warningCount() const {

@@ -51,6 +51,10 @@ public:
     const std::vector<Problem>& problems() const { return mProblems; }
     int errorCount() const;
     int warningCount() const;
+    // Errors in what the service loads from the file, leaving out what its
+    // clients meet afterwards (ranges, band counts, names): the service
+    // serves such a file, so install takes it.
+    int loadErrorCount() const;
     bool isExtraFile() const { return mExtraFile; }
 
     // What the service loads from a well-formed file, one line per item.
