@@ -6,6 +6,7 @@
 #include <limits>
 
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "engine/TevEffect.h"
 
@@ -74,11 +75,11 @@ int32_t SetParamCommand::execute(TevEffect& effect) {
     const size_t bytes = mBuffer.size() * sizeof(int32_t);
     if (bytes > std::numeric_limits<uint32_t>::max()) {
         ALOGE("execute() command of %zu bytes is too long to send", bytes);
-        return -22;
+        return android::BAD_VALUE;
     }
     mBuffer[kCountWord] = mParamCount;
     effect.sendSharedStore(mBuffer.data(), static_cast<uint32_t>(bytes));
-    return -22;
+    return android::BAD_VALUE;
 }
 
 }  // namespace orvan

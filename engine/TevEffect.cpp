@@ -5,6 +5,7 @@
 #include <limits>
 
 #include <log/log.h>
+#include <utils/Errors.h>
 #include <tevparamstorage/EffectParamParser.h>
 #include <tevparamstorage/TevParamStore.h>
 
@@ -16,10 +17,10 @@ int32_t TevEffect::send(int32_t /*id*/, Values& values) {
     const size_t bytes = values.size() * sizeof(int32_t);
     if (bytes > std::numeric_limits<uint32_t>::max()) {
         ALOGE("%s() %zu bytes is too long to send", __func__, bytes);
-        return -22;
+        return android::BAD_VALUE;
     }
     sendSharedStore(values.data(), static_cast<uint32_t>(bytes));
-    return -22;
+    return android::BAD_VALUE;
 }
 
 void TevEffect::sendSharedStore(const void* data, uint32_t length) {

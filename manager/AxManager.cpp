@@ -3,6 +3,7 @@
 #include "manager/AxManager.h"
 
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "context/AxContext.h"
 #include "engine/TevController.h"
@@ -60,7 +61,7 @@ int32_t AxManager::init() {
     mAxContext = contextManager->getAxContext();
     if (mAxContext == nullptr) {
         ALOGE("%s(): the settings could not be loaded", __func__);
-        return -19;
+        return android::NO_INIT;
     }
     createTevEffect(0);
     ALOGI("Created TEV effect version [ %d ]", kTevEffectVersion);
@@ -356,7 +357,7 @@ int32_t AxManager::getTuningParamDFSA(Port port) {
 
 int32_t AxManager::reloadTuningXml() {
     if (!ready(__func__)) {
-        return -19;
+        return android::NO_INIT;
     }
     ALOGI("Tell AxContextManager to reload tuning XML.");
     // Reloads the file under the context manager's lock, then has the context

@@ -6,6 +6,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/TuningFileReader.h"
@@ -52,7 +53,7 @@ int TagIterator::init(const std::string& path) {
     mDocument.reset();
     if (path.empty()) {
         ALOGE("Invalide xml file path, %d", 40);
-        return -22;
+        return android::BAD_VALUE;
     }
     xmlResetLastError();
     // Errors go to our log below instead of stderr; no network access.
@@ -63,7 +64,7 @@ int TagIterator::init(const std::string& path) {
     mDocument.reset(TuningFileReader::read(path, XML_PARSE_NOERROR | XML_PARSE_NOWARNING, &refusal));
     xmlSetGenericErrorFunc(savedContext, savedHandler);
     if (!mDocument && !refusal.message.empty()) {
-        return -22;  // logged with the file and the line
+        return android::BAD_VALUE;  // logged with the file and the line
     }
     if (!mDocument) {
         ALOGE("fail to call xmlReadFile,  %d", 46);
@@ -73,12 +74,12 @@ int TagIterator::init(const std::string& path) {
             message.pop_back();
         }
         ALOGE("%s:%d: %s", path.c_str(), error != nullptr ? error->line : 0, message.c_str());
-        return -22;
+        return android::BAD_VALUE;
     }
     mRoot = xmlDocGetRootElement(mDocument.get());
     if (mRoot == nullptr) {
         ALOGE("fail to call xmlDocGetRootElement, %d", 52);
-        return -19;
+        return android::NO_INIT;
     }
     mCurrent = mRoot->children;
     return 0;

@@ -3,6 +3,7 @@
 #include "tuningfile/TuningFileParser.h"
 
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/NodeParseUtils.h"
@@ -54,7 +55,7 @@ int TuningFileParser::setTuningFile(const std::string& path) {
     if (status != 0) {
         ALOGE("cannot read tuning file %s (%d), keeping the previous data", path.c_str(), status);
         mIterator.clearAll();
-        return -22;
+        return android::BAD_VALUE;
     }
     auto records = std::make_unique<Records>();
     parseTuningFile(*records);
