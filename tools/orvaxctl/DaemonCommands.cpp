@@ -17,6 +17,7 @@
 #include "model/Port.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/Json.h"
 #include "tools/orvaxd/OrvaxBus.h"
 #include "tools/orvaxd/OrvaxBusClient.h"
 
@@ -88,23 +89,6 @@ std::vector<int32_t> wordsFrom(const std::vector<uint8_t>& blob, size_t offset) 
         words.push_back(wordAt(blob, offset));
     }
     return words;
-}
-
-std::string jsonString(const std::string& text) {
-    std::string out = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
-            out += escaped;
-        } else {
-            out += c;
-        }
-    }
-    return out + "\"";
 }
 
 std::string joinWith(const std::vector<int32_t>& values, const char* separator) {

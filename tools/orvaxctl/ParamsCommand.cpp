@@ -2,10 +2,12 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "manager/ClientParameter.h"
 #include "model/Parameter.h"
 #include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/Json.h"
 #include "tools/orvaxctl/ServiceOutput.h"
 
 namespace orvan::tool {
@@ -38,30 +40,33 @@ bool parseParameterId(const std::string& text, int32_t* id) {
 
 int runParams(const CommandLine& args) {
     const bool json = args.has("--json");
-    const size_t count = sizeof(kClientParameters) / sizeof(kClientParameters[0]);
-    if (json) {
-        std::puts("[");
-    } else {
+    if (!json) {
         std::printf("%-4s %-46s %-10s %-7s %s\n", "id", "name", "range", "values", "per endpoint");
     }
-    for (size_t i = 0; i < count; ++i) {
-        const ClientParameter& parameter = kClientParameters[i];
-        const std::string range = std::to_string(parameter.minimum) + ".." + std::to_string(parameter.maximum);
+    std::vector<std::string> items;
+    for (const ClientParameter& parameter : kClientParameters) {
         if (json) {
-            const bool fixed = parameter.scope == ClientParameter::SCOPE_FIXED_ENDPOINT;
-            std::printf("  {\"id\": %d, \"name\": \"%s\", \"minimum\": %d, \"maximum\": %d, \"values\": %d, "
-                        "\"per_endpoint\": %s, \"endpoint\": %s}%s\n",
-                        parameter.id, parameter.name, parameter.minimum, parameter.maximum, parameter.count,
-                        parameter.scope == ClientParameter::SCOPE_ENDPOINT ? "true" : "false",
-                        fixed ? ("\"" + std::string(endpointName(parameter.endpoint)) + "\"").c_str() : "null",
-                        i + 1 < count ? "," : "");
+            JsonObject item;
+            item.addInt("id", parameter.id)
+                    .addString("name", parameter.name)
+                    .addInt("minimum", parameter.minimum)
+                    .addInt("maximum", parameter.maximum)
+                    .addInt("values", parameter.count)
+                    .addBool("per_endpoint", parameter.scope == ClientParameter::SCOPE_ENDPOINT);
+            if (parameter.scope == ClientParameter::SCOPE_FIXED_ENDPOINT) {
+                item.addString("endpoint", endpointName(parameter.endpoint));
+            } else {
+                item.addNull("endpoint");
+            }
+            items.push_back(item.str());
         } else {
+            const std::string range = std::to_string(parameter.minimum) + ".." + std::to_string(parameter.maximum);
             std::printf("%-4d %-46s %-10s %-7d %s\n", parameter.id, parameter.name, range.c_str(), parameter.count,
                         perEndpoint(parameter).c_str());
         }
     }
     if (json) {
-        std::puts("]");
+        printJsonArray(items);
     }
     return kExitOk;
 }

@@ -16,6 +16,7 @@
 #include "model/Port.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/Json.h"
 #include "tools/orvaxctl/ServiceOutput.h"
 #include "tools/orvaxctl/ServiceSession.h"
 #include "tuningfile/TuningFileParser.h"
@@ -458,20 +459,21 @@ int runEngine(const CommandLine& args) {
     const bool json = args.has("--json");
     return withSession([filtered, only, json](ServiceSession& session) {
         const std::vector<EngineRow> rows = engineRows(session, filtered ? &only : nullptr);
-        if (json) {
-            std::puts("[");
-        }
-        for (size_t i = 0; i < rows.size(); ++i) {
+        std::vector<std::string> items;
+        for (const EngineRow& row : rows) {
             if (json) {
-                std::printf("  {\"device\": \"%s\", \"key\": %d, \"code\": \"%s\", \"values\": [%s]}%s\n",
-                            rows[i].device.c_str(), rows[i].key, rows[i].code.c_str(),
-                            joinValues(rows[i].values).c_str(), i + 1 < rows.size() ? "," : "");
+                items.push_back(JsonObject()
+                                        .addString("device", row.device)
+                                        .addInt("key", row.key)
+                                        .addString("code", row.code)
+                                        .addRaw("values", jsonArray(row.values))
+                                        .str());
             } else {
-                std::printf("%s\n", rows[i].toString().c_str());
+                std::printf("%s\n", row.toString().c_str());
             }
         }
         if (json) {
-            std::puts("]");
+            printJsonArray(items);
         }
         return kExitOk;
     });
