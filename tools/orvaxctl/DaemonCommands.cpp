@@ -18,6 +18,7 @@
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/Json.h"
+#include "tools/orvaxctl/ServiceOutput.h"
 #include "tools/orvaxd/OrvaxBus.h"
 #include "tools/orvaxd/OrvaxBusClient.h"
 
@@ -183,14 +184,13 @@ bool parsePortArgument(const std::string& text, int32_t* port) {
     return parseInt32(text, port) && *port >= 0 && *port < static_cast<int32_t>(kPortCount);
 }
 
-int statusThroughDaemon(OrvaxBusClient& client) {
+int statusThroughDaemon(OrvaxBusClient& client, const CommandLine& args) {
     std::string text;
     std::string error;
     if (!client.dump(&text, &error)) {
         return refusedThroughDaemon("status", error);
     }
-    std::fputs(text.c_str(), stdout);
-    return kExitOk;
+    return printStatus(text, args.has("--json"));
 }
 
 int reloadThroughDaemon(OrvaxBusClient& client) {
@@ -245,9 +245,7 @@ int devicesThroughDaemon(OrvaxBusClient& client, const std::string& command, con
     if (!client.getTuningDevices(port, &names, &error) || !client.getSelectedTuningDevice(port, &selected, &error)) {
         return refusedThroughDaemon("devices", error);
     }
-    for (const std::string& name : names) {
-        std::printf("%s %s\n", name == selected ? "*" : " ", name.c_str());
-    }
+    printDevices(names, selected, args.has("--json"));
     return kExitOk;
 }
 
@@ -319,7 +317,7 @@ bool runThroughDaemon(const std::string& command, const CommandLine& args, int* 
         return true;
     }
     if (command == "status") {
-        *status = statusThroughDaemon(*client);
+        *status = statusThroughDaemon(*client, args);
     } else if (command == "int") {
         *status = intThroughDaemon(*client, args);
     } else if (command == "reload") {

@@ -64,9 +64,10 @@ const std::vector<Command>& commands() {
          "each notification as it arrives, decoded and raw; one JSON object a line with --json.\n"
          "Runs until interrupted.",
          {"--type"}, {"--json"}, 0, 0, runWatch},
-        {"status", "status", "Prints the service's dump.", {}, {}, 0, 0, runStatus},
-        {"profiles", "profiles", "Lists the profiles: id, name, mobility, modified, selected.", {}, {}, 0, 0,
-         runProfiles},
+        {"status", "status [--json]", "Prints the service's dump; one JSON object with --json.", {}, {"--json"}, 0, 0,
+         runStatus},
+        {"profiles", "profiles [--json]", "Lists the profiles: id, name, mobility, modified, selected.", {},
+         {"--json"}, 0, 0, runProfiles},
         {"select", "select P", "Selects profile P.", {}, {}, 1, 1, runSelect},
         {"reset", "reset P", "Returns profile P to its factory values.", {}, {}, 1, 1, runReset},
         {"on", "on", "Turns the engine on.", {}, {}, 0, 0, runOn},
@@ -75,17 +76,18 @@ const std::vector<Command>& commands() {
          "Lists the client parameters: id, name, the range a client may set, how many values,\n"
          "and whether a value is given per endpoint. get and set take the id or the name.",
          {}, {"--json"}, 0, 0, runParams},
-        {"get", "get ID [--profile P] [--port N]",
+        {"get", "get ID [--profile P] [--port N] [--json]",
          "Prints the values of client parameter ID (an id or a name, see 'params') of profile P\n"
          "(default: the selected one), on the endpoint of port N when given.",
-         {"--profile", "--port"}, {}, 1, 1, runGet},
+         {"--profile", "--port"}, {"--json"}, 1, 1, runGet},
         {"set", "set ID V... [--profile P] [--port N]",
          "Sets client parameter ID (an id or a name) of profile P (default: the selected one), on\n"
          "the endpoint of port N when given, and prints the values stored (the service keeps them\n"
          "in range).",
          {"--profile", "--port"}, {}, 2, kAny, runSet},
-        {"devices", "devices PORT", "Lists the tuning devices of PORT (0 to 5 or its name); * marks the selected one.",
-         {}, {}, 1, 1, runDevices},
+        {"devices", "devices PORT [--json]",
+         "Lists the tuning devices of PORT (0 to 5 or its name); * marks the selected one.", {}, {"--json"}, 1, 1,
+         runDevices},
         {"device", "device PORT NAME", "Selects tuning device NAME for PORT.", {}, {}, 2, 2, runDevice},
         {"int", "int CODE | int CODE=VALUE",
          "Prints integer parameter CODE (four characters, such as TEVO or APMO), or sets it;\n"

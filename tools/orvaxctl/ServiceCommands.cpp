@@ -4,22 +4,26 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <cstdio>
-#include <map>
+#include <cstring>
 #include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "context/AxContext.h"
 #include "engine/TevParameter.h"
-#include "model/DeviceData.h"
+#include "manager/ClientParameter.h"
+#include "model/Profile.h"
 #include "model/Port.h"
+#include "storage/AxContextManager.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/Json.h"
 #include "tools/orvaxctl/ServiceOutput.h"
 #include "tools/orvaxctl/ServiceSession.h"
-#include "tuningfile/TuningFileParser.h"
 
 namespace orvan::tool {
 namespace {
@@ -46,6 +50,61 @@ constexpr EngineDevice kEngineDevices[] = {
     {"speaker", 2}, {"headphone", 8}, {"bluetooth", 128}, {"hdmi", 1024},
     {"usb", 16384}, {"remote_submix", 32768}, {"all", 0x40000000},
 };
+
+// The lines of the service's dump and the keys status --json gives them.
+struct DumpLine {
+    enum Kind { kText, kNumber, kFlag };
+    const char* label;
+    const char* key;
+    Kind kind;
+};
+
+constexpr DumpLine kDumpLines[] = {
+    {"ZEL Status", "enabled", DumpLine::kFlag},
+    {"Profile ID", "profile", DumpLine::kNumber},
+    {"Profile IEQ Preset", "ieq_preset", DumpLine::kText},
+    {"Dialog Enhance state", "dialog_enhancer", DumpLine::kFlag},
+    {"Is Mono Speaker", "mono_speaker", DumpLine::kFlag},
+};
+
+// A dump label the table does not know, as a key: "Some Label" -> "some_label".
+std::string snakeCase(const std::string& label) {
+    std::string key;
+    for (const char c : label) {
+        if (std::isalnum(static_cast<unsigned char>(c))) {
+            key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        } else if (!key.empty() && key.back() != '_') {
+            key += '_';
+        }
+    }
+    return key;
+}
+
+// The service's dump as text.
+std::string dumpText(ServiceSession& session) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+        ALOGE("no pipe for the dump: %s", std::strerror(errno));
+        return "";
+    }
+    // The dump is a few hundred bytes, far below what a pipe holds.
+    session.service().dump(ends[1], android::Vector<android::String16>());
+    close(ends[1]);
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count; (count = read(ends[0], buffer, sizeof buffer)) != 0;) {
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            ALOGE("reading the dump failed: %s", std::strerror(errno));
+            break;
+        }
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    close(ends[0]);
+    return text;
+}
 
 // Runs `body` on a started session, or says why the service did not start.
 // For a command that `changes` settings, a save on leaving that did not
@@ -138,9 +197,12 @@ bool resolveProfile(ServiceSession& session, ParameterAddress* address, const ch
 
 std::vector<std::string> availableDevices(ServiceSession& session, int32_t port) {
     const int32_t length = session.service().getAvailableTuningDevicesLen(port);
-    std::vector<char> buffer(static_cast<size_t>(std::max(length, 0)));
-    session.service().getAvailableTuningDevices(port, buffer.data(), length);
     std::vector<std::string> names;
+    if (length <= 0) {
+        return names;  // a port without devices: there is nothing to fetch
+    }
+    std::vector<char> buffer(static_cast<size_t>(length));
+    session.service().getAvailableTuningDevices(port, buffer.data(), length);
     std::istringstream words(std::string(buffer.begin(), buffer.end()));
     for (std::string name; words >> name;) {
         names.push_back(name);
@@ -219,27 +281,90 @@ std::string EngineRow::toString() const {
     return device + " " + code + " " + joinValues(values);
 }
 
-void printProfiles(ServiceSession& session) {
-    // No client operation reports the mobility flag of a profile that is not
-    // selected; it is factory data, so it comes from the tuning file.
-    std::map<int32_t, bool> mobility;
-    {
-        QuietLog quiet;
-        TuningFileParser parser(DevicePaths::defaultTuningFile());
-        if (parser.getDeviceData() != nullptr) {
-            for (const Profile* profile : parser.getDeviceData()->getProfiles()) {
-                mobility[profile->getProfileId()] = profile->isMobility();
-            }
-        }
-    }
+void printProfiles(ServiceSession& session, bool json) {
     const int32_t count = session.profileCount();
     const int32_t selected = session.selectedProfile();
-    std::printf("%-3s %-16s %-9s %-9s %s\n", "id", "name", "mobility", "modified", "selected");
+    // No client operation tells the mobility flag of a profile that is not
+    // selected; the service's own context in this process holds it, as
+    // loaded, whatever the tuning file on disk says by now.
+    AxContext* context = AxContextManager::getInstance().getAxContext();
+    if (!json) {
+        std::printf("%-3s %-16s %-9s %-9s %s\n", "id", "name", "mobility", "modified", "selected");
+    }
+    std::vector<std::string> items;
     for (int32_t id = 0; id < count; ++id) {
         const bool modified = session.queryWord({ServiceSession::event(kEventProfileModified), id}, 0) != 0;
-        std::printf("%-3d %-16s %-9s %-9s %s\n", id, session.service().getProfileName(id).c_str(),
-                    mobility[id] ? "yes" : "no", modified ? "yes" : "no", id == selected ? "*" : "");
+        const Profile* profile =
+                context != nullptr && id < context->getNumOfProfiles() ? context->getProfile(id) : nullptr;
+        const bool mobility = profile != nullptr && profile->isMobility();
+        const std::string name = session.service().getProfileName(id);
+        if (json) {
+            items.push_back(JsonObject()
+                                    .addInt("id", id)
+                                    .addString("name", name)
+                                    .addBool("mobility", mobility)
+                                    .addBool("modified", modified)
+                                    .addBool("selected", id == selected)
+                                    .str());
+        } else {
+            std::printf("%-3d %-16s %-9s %-9s %s\n", id, name.c_str(), mobility ? "yes" : "no",
+                        modified ? "yes" : "no", id == selected ? "*" : "");
+        }
     }
+    if (json) {
+        printJsonArray(items);
+    }
+}
+
+void printDevices(const std::vector<std::string>& names, const std::string& selected, bool json) {
+    std::vector<std::string> items;
+    for (const std::string& name : names) {
+        if (json) {
+            items.push_back(JsonObject().addString("name", name).addBool("selected", name == selected).str());
+        } else {
+            std::printf("%s %s\n", name == selected ? "*" : " ", name.c_str());
+        }
+    }
+    if (json) {
+        printJsonArray(items);
+    }
+}
+
+int printStatus(const std::string& dump, bool json) {
+    if (!json) {
+        std::fputs(dump.c_str(), stdout);
+        return kExitOk;
+    }
+    JsonObject status;
+    std::istringstream lines(dump);
+    for (std::string line; std::getline(lines, line);) {
+        const size_t separator = line.find(" : ");
+        if (separator == std::string::npos) {
+            continue;  // the heading
+        }
+        const std::string label = line.substr(0, separator);
+        const std::string value = line.substr(separator + 3);
+        const DumpLine* known = nullptr;
+        for (const DumpLine& dumpLine : kDumpLines) {
+            if (label == dumpLine.label) {
+                known = &dumpLine;
+            }
+        }
+        int32_t number = 0;
+        if (known == nullptr) {
+            status.addString(snakeCase(label), value);
+        } else if (known->kind == DumpLine::kNumber && parseInt32(value, &number)) {
+            status.addInt(known->key, number);
+        } else if (known->kind == DumpLine::kFlag && (value == "on" || value == "true")) {
+            status.addBool(known->key, true);
+        } else if (known->kind == DumpLine::kFlag && (value == "off" || value == "false")) {
+            status.addBool(known->key, false);
+        } else {
+            status.addString(known->key, value);
+        }
+    }
+    std::printf("%s\n", status.str().c_str());
+    return kExitOk;
 }
 
 std::vector<EngineRow> engineRows(ServiceSession& session, const int32_t* onlyDevice) {
@@ -262,17 +387,15 @@ std::vector<EngineRow> engineRows(ServiceSession& session, const int32_t* onlyDe
     return rows;
 }
 
-int runStatus(const CommandLine&) {
-    return withSession([](ServiceSession& session) {
-        std::fflush(stdout);
-        session.service().dump(STDOUT_FILENO, android::Vector<android::String16>());
-        return kExitOk;
-    });
+int runStatus(const CommandLine& args) {
+    const bool json = args.has("--json");
+    return withSession([json](ServiceSession& session) { return printStatus(dumpText(session), json); });
 }
 
-int runProfiles(const CommandLine&) {
-    return withSession([](ServiceSession& session) {
-        printProfiles(session);
+int runProfiles(const CommandLine& args) {
+    const bool json = args.has("--json");
+    return withSession([json](ServiceSession& session) {
+        printProfiles(session, json);
         return kExitOk;
     });
 }
@@ -326,7 +449,8 @@ int runGet(const CommandLine& args) {
     if (!parseAddress(args, "get", &address)) {
         return kExitUsage;
     }
-    return withSession([&address](ServiceSession& session) {
+    const bool json = args.has("--json");
+    return withSession([&address, json](ServiceSession& session) {
         if (!resolveProfile(session, &address, "get")) {
             return kExitUsage;
         }
@@ -335,7 +459,26 @@ int runGet(const CommandLine& args) {
             return fail(kExitRefused, "no value for parameter %d of profile %d (the id is not supported)", address.id,
                         address.profile);
         }
-        std::printf("%s\n", joinValues(values).c_str());
+        if (!json) {
+            std::printf("%s\n", joinValues(values).c_str());
+            return kExitOk;
+        }
+        const ClientParameter* parameter = ClientParameter::find(address.id);
+        JsonObject item;
+        item.addInt("id", address.id);
+        if (parameter != nullptr) {
+            item.addString("name", parameter->name);
+        } else {
+            item.addNull("name");
+        }
+        item.addInt("profile", address.profile);
+        if (address.port >= 0) {
+            item.addString("port", kPortNames[address.port]);
+        } else {
+            item.addNull("port");
+        }
+        item.addRaw("values", jsonArray(values));
+        std::printf("%s\n", item.str().c_str());
         return kExitOk;
     });
 }
@@ -391,11 +534,9 @@ int runDevices(const CommandLine& args) {
     if (!parsePort(args.positionals()[0], &port)) {
         return fail(kExitUsage, "devices: '%s' is not a port (0 to 5 or a port name)", args.positionals()[0].c_str());
     }
-    return withSession([port](ServiceSession& session) {
-        const std::string selected = session.service().getSelectedTuningDevice(port);
-        for (const std::string& name : availableDevices(session, port)) {
-            std::printf("%s %s\n", name == selected ? "*" : " ", name.c_str());
-        }
+    const bool json = args.has("--json");
+    return withSession([port, json](ServiceSession& session) {
+        printDevices(availableDevices(session, port), session.service().getSelectedTuningDevice(port), json);
         return kExitOk;
     });
 }
