@@ -15,8 +15,11 @@
 
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"
+#include "storage/SettingsLock.h"
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/EmbeddedFiles.h"
+#include "tools/orvaxctl/Json.h"
+#include "tools/orvaxctl/ServiceSession.h"
 #include "tools/orvaxctl/TuningFileChecker.h"
 #include "tuningfile/TuningFileReader.h"
 
@@ -112,7 +115,63 @@ struct InstallItem {
     bool extra;
 };
 
-std::string joinValues(const Values* values) {
+// A problem of check --json; a line or column of 0 (the whole file, not
+// known) is null.
+std::string problemJson(const std::string& path, const TuningFileChecker::Problem& problem) {
+    JsonObject item;
+    item.addString("file", path);
+    for (const auto& [key, value] : {std::pair{"line", problem.line}, {"column", problem.column}}) {
+        if (value > 0) {
+            item.addInt(key, value);
+        } else {
+            item.addNull(key);
+        }
+    }
+    return item.addString("severity", problem.error ? "error" : "warning")
+            .addString("rule", problem.rule)
+            .addString("message", problem.message)
+            .str();
+}
+
+// One saved value that differs from its factory value.
+struct Difference {
+    int profile;
+    // "profile", "geq" or "endpoint": the record the value belongs to.
+    const char* record;
+    const char* endpoint;  // for an endpoint's record, else null
+    std::string parameter;
+    std::string factoryText;
+    std::string savedText;
+    std::string factoryJson;
+    std::string savedJson;
+
+    // "profile P[ geq| ENDPOINT]: PARAMETER FACTORY -> SAVED"
+    std::string toString() const {
+        std::string where = "profile " + std::to_string(profile);
+        if (endpoint != nullptr) {
+            where += std::string(" ") + endpoint;
+        } else if (std::strcmp(record, "geq") == 0) {
+            where += " geq";
+        }
+        return where + ": " + parameter + " " + factoryText + " -> " + savedText;
+    }
+
+    std::string toJson() const {
+        JsonObject item;
+        item.addInt("profile", profile).addString("record", record);
+        if (endpoint != nullptr) {
+            item.addString("endpoint", endpoint);
+        } else {
+            item.addNull("endpoint");
+        }
+        return item.addString("parameter", parameter)
+                .addRaw("factory", factoryJson)
+                .addRaw("saved", savedJson)
+                .str();
+    }
+};
+
+std::string valuesText(const Values* values) {
     std::string text;
     if (values != nullptr) {
         for (size_t i = 0; i < values->size(); ++i) {
@@ -122,10 +181,15 @@ std::string joinValues(const Values* values) {
     return text.empty() ? "(empty)" : text;
 }
 
-// One line per parameter whose saved value differs from the factory one.
-int printDifferences(const std::string& where, const ParameterValues* factory, const ParameterValues* saved) {
+std::string valuesJson(const Values* values) {
+    return values != nullptr ? jsonArray(std::vector<int32_t>(values->begin(), values->end())) : "[]";
+}
+
+// Every parameter whose saved value differs from the factory one.
+void addDifferences(int profile, const char* record, const char* endpoint, const ParameterValues* factory,
+                    const ParameterValues* saved, std::vector<Difference>* differences) {
     if (factory == nullptr || saved == nullptr) {
-        return 0;
+        return;
     }
     std::set<Parameter> parameters;
     for (const auto& entry : factory->getValues()) {
@@ -134,19 +198,36 @@ int printDifferences(const std::string& where, const ParameterValues* factory, c
     for (const auto& entry : saved->getValues()) {
         parameters.insert(entry.first);
     }
-    int count = 0;
     for (Parameter parameter : parameters) {
         const Values* before = factory->find(parameter);
         const Values* after = saved->find(parameter);
         const bool same = (before == nullptr || before->empty()) ? (after == nullptr || after->empty())
                                                                    : (after != nullptr && *before == *after);
         if (!same) {
-            std::printf("%s: %s %s -> %s\n", where.c_str(), kParameterNames[parameter], joinValues(before).c_str(),
-                        joinValues(after).c_str());
-            ++count;
+            differences->push_back({profile, record, endpoint, kParameterNames[parameter], valuesText(before),
+                                    valuesText(after), valuesJson(before), valuesJson(after)});
         }
     }
-    return count;
+}
+
+// Before `changes` reads the settings database, a service start brings it to
+// the default tuning file as every start does: a changed file is built in
+// anew, with its factory values. Without this the database would still hold
+// the factory values of the file it was last built from. While another
+// process's service holds the settings, the database is what that service
+// serves, and it is read as it is.
+bool bringDatabaseUpToDate(std::string* error) {
+    std::error_code code;
+    if (!fs::is_regular_file(DevicePaths::defaultTuningFile(), code) ||
+        SettingsLock::holder(DevicePaths::dataDirectory()) != 0) {
+        return true;
+    }
+    QuietLog quiet;
+    ServiceSession session;
+    if (!session.start(error)) {
+        return false;
+    }
+    return session.finish(error);
 }
 
 std::map<Endpoint, ProfileEndpoint*> byEndpoint(const std::set<ProfileEndpoint*>& endpoints) {
@@ -233,9 +314,15 @@ int runCheck(const CommandLine& args) {
     }
     int errors = 0;
     int warnings = 0;
+    const bool json = args.has("--json");
+    std::vector<std::string> problems;
     std::fflush(stdout);
     for (const TuningFileChecker& checker : checkers) {
         for (const TuningFileChecker::Problem& problem : checker.problems()) {
+            if (json) {
+                problems.push_back(problemJson(checker.path(), problem));
+                continue;
+            }
             std::string where = checker.path();
             if (problem.line > 0) {
                 where += ":" + std::to_string(problem.line);
@@ -249,11 +336,26 @@ int runCheck(const CommandLine& args) {
         errors += checker.errorCount();
         warnings += checker.warningCount();
     }
+    std::vector<std::string> files;
     for (size_t i = 0; i < checkers.size(); ++i) {
-        if (outcomes[i] != TuningFileChecker::Outcome::CHECKED) {
-            continue;  // nothing of it loads
+        const bool loads = outcomes[i] == TuningFileChecker::Outcome::CHECKED;
+        // Nothing of a file that was not checked loads.
+        const std::vector<std::string> summary =
+                loads ? TuningFileChecker::summarize(paths[i], checkers[i].isExtraFile()) : std::vector<std::string>();
+        if (json) {
+            JsonObject file;
+            file.addString("file", checkers[i].path());
+            if (loads) {
+                file.addString("kind", checkers[i].isExtraFile() ? "extra" : "default");
+            } else {
+                file.addNull("kind");
+            }
+            files.push_back(file.addInt("errors", checkers[i].errorCount())
+                                    .addInt("warnings", checkers[i].warningCount())
+                                    .addRaw("summary", jsonArray(summary))
+                                    .str());
+            continue;
         }
-        const std::vector<std::string> summary = TuningFileChecker::summarize(paths[i], checkers[i].isExtraFile());
         for (size_t line = 0; line < summary.size(); ++line) {
             if (line == 0) {
                 std::printf("%s: %s\n", paths[i].c_str(), summary[line].c_str());
@@ -262,11 +364,16 @@ int runCheck(const CommandLine& args) {
             }
         }
     }
-    for (const TuningFileChecker& checker : checkers) {
-        const int e = checker.errorCount();
-        const int w = checker.warningCount();
-        std::printf("%s: %d error%s, %d warning%s\n", checker.path().c_str(), e, e == 1 ? "" : "s", w,
-                    w == 1 ? "" : "s");
+    if (json) {
+        std::printf("{\n  \"problems\": %s,\n  \"files\": %s,\n  \"errors\": %d,\n  \"warnings\": %d\n}\n",
+                    jsonArrayLines(problems, "  ").c_str(), jsonArrayLines(files, "  ").c_str(), errors, warnings);
+    } else {
+        for (const TuningFileChecker& checker : checkers) {
+            const int e = checker.errorCount();
+            const int w = checker.warningCount();
+            std::printf("%s: %d error%s, %d warning%s\n", checker.path().c_str(), e, e == 1 ? "" : "s", w,
+                        w == 1 ? "" : "s");
+        }
     }
     std::fflush(stdout);
     if (unreadable) {
@@ -285,6 +392,7 @@ int runChanges(const CommandLine& args) {
     if (!args.positionals().empty() && (!parseInt32(args.positionals()[0], &only) || only < 0)) {
         return fail(kExitUsage, "changes: '%s' is not a profile number", args.positionals()[0].c_str());
     }
+    const bool json = args.has("--json");
     const std::string database = DevicePaths::dataDirectory() + Provider::kDatabaseFile;
     std::error_code code;
     if (!fs::is_regular_file(database, code)) {
@@ -292,8 +400,14 @@ int runChanges(const CommandLine& args) {
             return fail(kExitRefused, "no settings database at %s and no tuning file at %s", database.c_str(),
                         DevicePaths::defaultTuningFile().c_str());
         }
+        if (json) {
+            printJsonArray({});
+        }
         note("nothing saved yet: the service has not run on this root");
         return kExitOk;
+    }
+    if (std::string error; !bringDatabaseUpToDate(&error)) {
+        return fail(kExitRefused, "changes: %s", error.c_str());
     }
     // The provider only reads here: init() counts the profiles, the loads query rows.
     Provider provider;
@@ -304,14 +418,15 @@ int runChanges(const CommandLine& args) {
     if (only >= count) {
         return fail(kExitUsage, "changes: no profile %d (profiles run from 0 to %d)", only, count - 1);
     }
-    int changes = 0;
+    std::vector<Difference> differences;
     for (int id = 0; id < count; ++id) {
         if (only >= 0 && id != only) {
             continue;
         }
-        const std::string profile = "profile " + std::to_string(id);
-        changes += printDifferences(profile, provider.loadDefaultProfile(id), provider.loadProfile(id));
-        changes += printDifferences(profile + " geq", provider.loadDefaultGeqPreset(id), provider.loadGeqPreset(id));
+        addDifferences(id, "profile", nullptr, provider.loadDefaultProfile(id), provider.loadProfile(id),
+                       &differences);
+        addDifferences(id, "geq", nullptr, provider.loadDefaultGeqPreset(id), provider.loadGeqPreset(id),
+                       &differences);
         const auto factory = byEndpoint(provider.loadDefaultProfileEndpoints(id));
         const auto saved = byEndpoint(provider.loadProfileEndpoints(id));
         for (const auto& [endpoint, before] : factory) {
@@ -319,16 +434,29 @@ int runChanges(const CommandLine& args) {
             if (after == saved.end()) {
                 continue;
             }
-            const std::string where = profile + " " + kEndpointNames[endpoint];
-            if (before->getSelectedIeqPreset() != after->second->getSelectedIeqPreset()) {
-                std::printf("%s: ieq_preset %s -> %s\n", where.c_str(), kPresetTypeNames[before->getSelectedIeqPreset()],
-                            kPresetTypeNames[after->second->getSelectedIeqPreset()]);
-                ++changes;
+            const PresetType factoryIeq = before->getSelectedIeqPreset();
+            const PresetType savedIeq = after->second->getSelectedIeqPreset();
+            if (factoryIeq != savedIeq) {
+                differences.push_back({id, "endpoint", kEndpointNames[endpoint], "ieq_preset",
+                                       kPresetTypeNames[factoryIeq], kPresetTypeNames[savedIeq],
+                                       jsonString(kPresetTypeNames[factoryIeq]),
+                                       jsonString(kPresetTypeNames[savedIeq])});
             }
-            changes += printDifferences(where, before, after->second);
+            addDifferences(id, "endpoint", kEndpointNames[endpoint], before, after->second, &differences);
         }
     }
-    if (changes == 0) {
+    std::vector<std::string> items;
+    for (const Difference& difference : differences) {
+        if (json) {
+            items.push_back(difference.toJson());
+        } else {
+            std::printf("%s\n", difference.toString().c_str());
+        }
+    }
+    if (json) {
+        printJsonArray(items);
+    }
+    if (differences.empty()) {
         note("no saved value differs from the factory values");
     }
     return kExitOk;

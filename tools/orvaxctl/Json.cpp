@@ -114,16 +114,19 @@ JsonObject& JsonObject::addNull(std::string_view key) {
     return addRaw(key, "null");
 }
 
-void printJsonArray(const std::vector<std::string>& items) {
+std::string jsonArrayLines(const std::vector<std::string>& items, const std::string& indent) {
     if (items.empty()) {
-        std::puts("[]");
-        return;
+        return "[]";
     }
-    std::puts("[");
+    std::string out = "[\n";
     for (size_t i = 0; i < items.size(); ++i) {
-        std::printf("  %s%s\n", items[i].c_str(), i + 1 < items.size() ? "," : "");
+        out += indent + "  " + items[i] + (i + 1 < items.size() ? ",\n" : "\n");
     }
-    std::puts("]");
+    return out + indent + "]";
+}
+
+void printJsonArray(const std::vector<std::string>& items) {
+    std::printf("%s\n", jsonArrayLines(items).c_str());
 }
 
 }  // namespace orvan::tool

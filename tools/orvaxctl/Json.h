@@ -34,8 +34,10 @@ private:
     std::string mMembers;
 };
 
-// Prints the items (JSON values) as one array on stdout, one item a line;
-// "[]" when there is none.
+// The items (JSON values) as one array, one item a line, each line after
+// the first starting with `indent`; "[]" when there is none.
+std::string jsonArrayLines(const std::vector<std::string>& items, const std::string& indent = "");
+// jsonArrayLines() of the items on stdout.
 void printJsonArray(const std::vector<std::string>& items);
 
 }  // namespace orvan::tool

@@ -42,18 +42,20 @@ const std::vector<Command>& commands() {
          "that does not pass 'check' is refused. An identical file is left alone, so its\n"
          "modification time, and with it the user's settings, stay as they are.",
          {"--default", "--extra"}, {}, 0, 0, runInstall},
-        {"check", "check FILE [--extra OEM] [--werror]",
+        {"check", "check FILE [--extra OEM] [--werror] [--json]",
          "Lints a tuning file: validation against the tuning file schema, the checks a schema\n"
          "cannot make, and what clients would meet: values outside the range a client may set,\n"
          "GEQ curves of another length, names with blanks. With --extra, also holds the OEM extra\n"
          "file OEM against FILE as the service merges them. Problems go to stderr as\n"
          "FILE:LINE[:COLUMN]: error|warning: message [rule]; what the service loads to stdout.\n"
-         "Exits 0 clean, 1 on errors (or warnings with --werror), 2 when a file cannot be read.",
-         {"--extra"}, {"--werror"}, 1, 1, runCheck},
-        {"changes", "changes [P]",
+         "Exits 0 clean, 1 on errors (or warnings with --werror), 2 when a file cannot be read.\n"
+         "With --json, the problems, the summary and the counts as one JSON object on stdout.",
+         {"--extra"}, {"--werror", "--json"}, 1, 1, runCheck},
+        {"changes", "changes [P] [--json]",
          "Lists, per profile and endpoint, every saved value that differs from the factory value,\n"
-         "as 'profile P ENDPOINT: PARAMETER FACTORY -> SAVED'. Reads the settings database only.",
-         {}, {}, 0, 1, runChanges},
+         "as 'profile P ENDPOINT: PARAMETER FACTORY -> SAVED', against the factory values of the\n"
+         "default tuning file installed now.",
+         {}, {"--json"}, 0, 1, runChanges},
         {"daemon", "daemon",
          "Says whether orvaxd serves the root (on the session bus, else the system bus): exit\n"
          "status 0 when it does, 1 when not. While it does, status, int, reload, devices and device\n"
