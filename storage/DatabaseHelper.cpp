@@ -550,9 +550,6 @@ std::string DatabaseHelper::setAsideDamaged() {
     for (Statement& count : mCounts) {
         count.reset();
     }
-    for (Statement& insert : mInserts) {
-        insert.reset();
-    }
     mDb.reset();
     const std::string path = getPath();
     std::remove((path + kCheckMarkerSuffix).c_str());
@@ -663,9 +660,15 @@ bool DatabaseHelper::commitTransaction() {
 
 bool DatabaseHelper::execSQL(const std::string& sql) {
     Guard guard(mLock);
-    // Whatever the statement changes, held rows and known counts must not outlive it.
-    releaseTableRows();
+    // Whatever the statement changes, known counts must not outlive it.
     mKnownRowCounts.fill(-1);
+    return runStatement(sql);
+}
+
+bool DatabaseHelper::runStatement(const std::string& sql) {
+    Guard guard(mLock);
+    // Whatever the statement changes, held rows must not outlive it.
+    releaseTableRows();
     if (!mDb) {
         ALOGE("the db is not open...");
         return false;
@@ -992,50 +995,18 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
         failTransaction(SQLITE_ERROR);
         return false;
     }
-    releaseTableRows();
-    if (!mDb) {
-        ALOGE("the db is not open...");
-        return false;
+    // Values go into the statement's text, quoted, as every statement of
+    // the settings database does. The caller counts the row it adds.
+    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + ",'";
+    appendSqlText(&sql, customName);
+    sql += "',";
+    for (const std::string& value : byColumn) {
+        sql += '\'';
+        appendSqlText(&sql, value);
+        sql += "',";
     }
-    if (mInTransaction && mTransactionFailed) {
-        ALOGD("not run, the transaction has failed already: insert into %s", table.c_str());
-        return false;
-    }
-    Statement& insert = mInserts[type];
-    int ret = SQLITE_OK;
-    if (!insert) {
-        std::string sql = "INSERT INTO " + table + " VALUES(?,?";
-        for (size_t i = 0; i < byColumn.size(); ++i) {
-            sql += ",?";
-        }
-        sql += ')';
-        insert = prepare(mDb.get(), sql, &ret);
-        if (ret != SQLITE_OK || !insert) {
-            ALOGD("failed to prepare SQL : %s", sql.c_str());
-            if (isDamageCode(ret) || isBusyCode(ret)) {
-                logFailure(ret);
-            }
-            failTransaction(ret);
-            insert.reset();
-            return false;
-        }
-    }
-    sqlite3_stmt* statement = insert.get();
-    sqlite3_bind_int64(statement, 1, rowId);
-    sqlite3_bind_text(statement, 2, customName.data(), static_cast<int>(customName.size()), SQLITE_STATIC);
-    for (size_t i = 0; i < byColumn.size(); ++i) {
-        sqlite3_bind_text(statement, static_cast<int>(i + 3), byColumn[i].data(), static_cast<int>(byColumn[i].size()),
-                          SQLITE_STATIC);
-    }
-    ret = sqlite3_step(statement);
-    sqlite3_reset(statement);
-    sqlite3_clear_bindings(statement);
-    if (ret != SQLITE_DONE) {
-        ALOGE("failed to insert row %lld into %s", static_cast<long long>(rowId), table.c_str());
-        logFailure(ret);
-        return false;
-    }
-    return true;
+    sql.back() = ')';
+    return runStatement(sql);
 }
 
 bool DatabaseHelper::updateInPlace(TableType type, const ParameterValues& record, const std::string& text,

@@ -203,7 +203,9 @@ private:
     // Opens the file. A file that is no database, or a damaged or partial one,
     // is moved aside (never deleted) and a new, empty database is opened.
     void open();
-    // Inserts one row of `type` through its kept statement (see mInserts).
+    // execSQL without forgetting the known row counts.
+    bool runStatement(const std::string& sql);
+    // Inserts one row of `type`: the row id, the custom name, then the values.
     bool insertRow(TableType type, int64_t rowId, const std::string& customName,
                    const std::vector<std::string>& byColumn);
     // Null, with `problem` set, when the file cannot serve.
