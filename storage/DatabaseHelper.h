@@ -271,9 +271,6 @@ private:
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.
     std::array<Statement, kTableTypeCount> mCounts;
-    // The insert of each table, its values bound: a rebuild inserts every
-    // record, and compiling a statement per row cost more than the writes.
-    std::array<Statement, kTableTypeCount> mInserts;
     // Row counts known inside the open transaction, -1 where unknown: a
     // rebuild numbers each new row after the count, and counting a table
     // before every insert made the rebuild quadratic. Any other statement
