@@ -47,6 +47,8 @@ void AxContextManager::init() {
     // A failed earlier attempt may have left a provider behind.
     releaseLocked();
     mStartProblem.clear();
+    mSetAsideDatabase.clear();
+    mDefaultFileProblem.clear();
 
     const std::string file = DevicePaths::defaultTuningFile();
     if (!fileExists(file)) {
@@ -75,12 +77,17 @@ void AxContextManager::init() {
         releaseLocked();
         return;
     }
+    mSetAsideDatabase = aside;
     mStartProblem.clear();
+    mDefaultFileProblem.clear();
     loadLocked(file);
 }
 
 bool AxContextManager::loadLocked(const std::string& file) {
     mProvider = std::make_unique<Provider>();
+    if (!mProvider->getSetAsideAtOpen().empty()) {
+        mSetAsideDatabase = mProvider->getSetAsideAtOpen();
+    }
     if (!mProvider->getOpenProblem().empty()) {
         mStartProblem = mProvider->getOpenProblem();
         ALOGE("%s: the settings are not loaded", mStartProblem.c_str());
@@ -144,6 +151,16 @@ void AxContextManager::releaseLocked() {
 std::string AxContextManager::getStartProblem() {
     android::Mutex::Autolock lock(mLock);
     return mStartProblem;
+}
+
+std::string AxContextManager::getSetAsideDatabase() {
+    android::Mutex::Autolock lock(mLock);
+    return mSetAsideDatabase;
+}
+
+std::string AxContextManager::getDefaultFileProblem() {
+    android::Mutex::Autolock lock(mLock);
+    return mDefaultFileProblem;
 }
 
 void AxContextManager::release() {
@@ -234,6 +251,7 @@ DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider
                                                bool force) {
     auto signature = std::make_unique<TuningFileSignature>();
     if (!signature->read(file)) {
+        mDefaultFileProblem = "it cannot be opened";
         return nullptr;
     }
     if (!force) {
@@ -255,11 +273,13 @@ DeviceData* AxContextManager::loadXmlIfChanged(const std::string& file, Provider
     // Taken before the parse: a file replaced in between then makes the next
     // start rebuild once more, never keep a database of other bytes.
     if (signature->getDigest().empty()) {
-        return nullptr;  // read above, unreadable now: logged
+        mDefaultFileProblem = "its bytes cannot be read";
+        return nullptr;  // logged
     }
     auto parser = std::make_unique<TuningFileParser>();
     if (parser->setTuningFile(file) != 0 || parser->getDeviceData() == nullptr) {
-        ALOGE("XML parses error!!");
+        // The parser has logged why, with the line.
+        mDefaultFileProblem = "it is not a tuning file the service can parse";
         return nullptr;
     }
     DeviceData* data = parser->getDeviceData();

@@ -37,6 +37,13 @@ public:
     // Why the last init() gave no context, for people (naming the file and
     // the cause); "" when it gave one.
     std::string getStartProblem();
+    // What the last init() got past, for people. Where it moved a damaged
+    // settings database; "" when it moved none.
+    std::string getSetAsideDatabase();
+    // Why it did not load the default tuning file although the file changed
+    // since the database was built (the stored settings serve then); "" when
+    // it loaded the file or the file had not changed.
+    std::string getDefaultFileProblem();
     std::string getDefaultXmlFormatVersion();
     // Merges the OEM extra tuning file again and has the context re-check its
     // tunings: 0, -2 when the file is missing, -22 when it is refused, -5 when
@@ -77,6 +84,8 @@ private:
     // The signature of the default file being built into the database.
     std::unique_ptr<TuningFileSignature> mBuilding;
     std::string mStartProblem;
+    std::string mSetAsideDatabase;
+    std::string mDefaultFileProblem;
     std::unique_ptr<AxContextChangeObservable> mObservable;
     std::unique_ptr<AxContext> mContext;
     // Owns the data set of the default file between parse and population.

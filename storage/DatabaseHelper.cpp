@@ -459,6 +459,7 @@ void DatabaseHelper::open() {
     }
     ALOGE("settings database %s is damaged (%s): moved to %s, a new one is built from the tuning files",
           path.c_str(), damage.c_str(), aside.c_str());
+    mSetAsideAtOpen = aside;
     mDb.reset(openFile(path, &mOpenProblem));
 }
 
@@ -744,12 +745,17 @@ bool DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     int ret = SQLITE_OK;
     Statement statement = prepare(mDb.get(), sql, &ret);
     if (ret != SQLITE_OK || !statement) {
+        // A table or column that is not there (a database never built) holds
+        // no rows: every first start meets that, and it is no failure.
+        if ((ret & 0xff) == SQLITE_ERROR) {
+            ALOGD("%s: %s, read as no rows", sql.c_str(), sqlite3_errmsg(mDb.get()));
+            return true;
+        }
         ALOGE("failed to prepare sql command: %s, ret = %d, line %d", sql.c_str(), ret, 196);
         if (isDamageCode(ret) || isBusyCode(ret)) {
             logFailure(ret);
         }
-        // A table or column that is not there (a database never built) holds no rows.
-        return (ret & 0xff) == SQLITE_ERROR;
+        return false;
     }
     sqlite3_stmt* stmt = statement.get();
     const int columns = sqlite3_column_count(stmt);

@@ -79,6 +79,9 @@ public:
     // or unwritable directory, not a file, busy at open, read-only, damaged
     // and not movable); "" when it opened well.
     const std::string& getOpenProblem() const { return mOpenProblem; }
+    // Where the open moved a damaged file ("" when it moved none), so that
+    // a host can tell its user.
+    const std::string& getSetAsideAtOpen() const { return mSetAsideAtOpen; }
     // Whether a statement met damage (SQLITE_CORRUPT, SQLITE_NOTADB).
     bool isDamaged() const { return mDamaged; }
     // Closes the connection and moves the damaged file aside; the name it
@@ -267,6 +270,7 @@ private:
     // Whether holdTableRows began the open read transaction.
     bool mReadTransaction = false;
     std::string mOpenProblem;
+    std::string mSetAsideAtOpen;
     std::unique_ptr<sqlite3, Closer> mDb;
     // The row counts a rebuild asks before every insert; finalized before
     // the connection closes.

@@ -37,6 +37,10 @@ const std::string& Provider::getOpenProblem() const {
     return mHelper->getOpenProblem();
 }
 
+const std::string& Provider::getSetAsideAtOpen() const {
+    return mHelper->getSetAsideAtOpen();
+}
+
 std::string Provider::getLastTransactionProblem() const {
     return mHelper->describeLastTransactionError();
 }

@@ -51,6 +51,8 @@ public:
 
     // Why the database cannot serve (see DatabaseHelper::getOpenProblem); "" when it can.
     const std::string& getOpenProblem() const;
+    // See DatabaseHelper::getSetAsideAtOpen.
+    const std::string& getSetAsideAtOpen() const;
     // Why the last transaction was rolled back, for people; "" when it was committed.
     std::string getLastTransactionProblem() const;
     // Whether a read or write met damage; see DatabaseHelper::setAsideDamaged.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tools/orvaxctl/Commands.h"
+#include "tools/orvaxctl/ServiceSession.h"
 
 namespace orvan::tool {
 namespace {
@@ -114,13 +115,11 @@ const std::vector<Command>& commands() {
     return kCommands;
 }
 
-bool sVerbose = false;
-
 // The tool's own failures reach people on stderr in its own words; the copy
-// that goes to the platform log would repeat them there, so it shows only
-// with --verbose. Every other line goes to stderr as the host logger writes it.
+// that goes to the platform log would repeat them there, with --verbose too.
+// Every other line goes to stderr once, as the host logger writes it.
 void toolLogger(const __android_logger_data* data, const char* message) {
-    if (!sVerbose && data->tag != nullptr && std::strcmp(data->tag, LOG_TAG) == 0) {
+    if ((data->tag != nullptr && std::strcmp(data->tag, LOG_TAG) == 0) || ThreadLogMute::isMuted()) {
         return;
     }
     __android_log_stderr_logger(data, message);
@@ -202,7 +201,6 @@ int runMain(int argc, char** argv) {
             rest.push_back(arg);
         }
     }
-    sVerbose = verbose;
     if (verbose) {
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
     }

@@ -68,7 +68,21 @@ private:
     std::thread mThread;
 };
 
+thread_local bool tMuted = false;
+
 }  // namespace
+
+ThreadLogMute::ThreadLogMute() : mPrevious(tMuted) {
+    tMuted = true;
+}
+
+ThreadLogMute::~ThreadLogMute() {
+    tMuted = mPrevious;
+}
+
+bool ThreadLogMute::isMuted() {
+    return tMuted;
+}
 
 android::hardware::Return<void> RecordingClient::onParametersUpdated(
         const android::hardware::hidl_vec<uint8_t>& params) {
@@ -112,9 +126,8 @@ bool ServiceSession::start(std::string* error) {
     std::error_code ignored;
     std::filesystem::create_directories(DevicePaths::dataDirectory(), ignored);
 
-    // The first start on an empty data directory logs the tables it is about
-    // to create; a real failure is reported below in one line.
-    QuietLog quiet;
+    // The service's warnings at start stay on stderr: they may be all that
+    // tells the user why the settings are not what they expect.
     mService = new android::OrvanManagerService();
     mClient = new RecordingClient();
     // Registered through the transport proxy, as a client in another process is.
@@ -135,6 +148,17 @@ bool ServiceSession::start(std::string* error) {
     }
     waitForEvents();
     mClient->take();  // the registration notice
+    // The service served anyway; a plain line says what it got past, the
+    // lines it logged above say the details.
+    AxContextManager& contextManager = AxContextManager::getInstance();
+    if (const std::string aside = contextManager.getSetAsideDatabase(); !aside.empty()) {
+        note("the settings database was damaged; it was moved to %s and rebuilt from the tuning file",
+             aside.c_str());
+    }
+    if (const std::string problem = contextManager.getDefaultFileProblem(); !problem.empty()) {
+        note("the default tuning file %s cannot be read (%s: see 'orvaxctl check %s'); the stored settings are in use",
+             tuningFile.c_str(), problem.c_str(), tuningFile.c_str());
+    }
     return true;
 }
 
@@ -195,10 +219,16 @@ std::vector<uint8_t> ServiceSession::queryBytes(const std::vector<uint8_t>& blob
     std::vector<uint8_t> zeros(capacity, 0x00);
     std::vector<uint8_t> ones(capacity, 0xff);
     const auto length = static_cast<uint32_t>(blob.size());
-    if (mService->getTevParam(blob.data(), length, zeros.data(), capacity) != 0 ||
-        mService->getTevParam(blob.data(), length, ones.data(), capacity) != 0) {
+    if (mService->getTevParam(blob.data(), length, zeros.data(), capacity) != 0) {
         ALOGE("getTevParam refused the query");
         return {};
+    }
+    {
+        // The second asking repeats whatever the first one logged.
+        ThreadLogMute mute;
+        if (mService->getTevParam(blob.data(), length, ones.data(), capacity) != 0) {
+            return {};
+        }
     }
     size_t written = 0;
     while (written < capacity && zeros[written] == ones[written]) {

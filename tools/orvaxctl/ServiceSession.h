@@ -11,6 +11,22 @@
 
 namespace orvan::tool {
 
+// Holds back the platform log lines of the calling thread while it lives,
+// with --verbose too: for a call that repeats one whose lines were shown.
+// The tool's logger asks isMuted().
+class ThreadLogMute {
+public:
+    ThreadLogMute();
+    ~ThreadLogMute();
+    ThreadLogMute(const ThreadLogMute&) = delete;
+    ThreadLogMute& operator=(const ThreadLogMute&) = delete;
+
+    static bool isMuted();
+
+private:
+    bool mPrevious;
+};
+
 // The tool's callback object: it keeps every notification the service sends.
 // Called on the service's event handler thread.
 class RecordingClient : public android::OrvanManagerService::IRnxCallbacks {

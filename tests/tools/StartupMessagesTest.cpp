@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "tests/common/TempRoot.h"
+#include "tests/common/ToolRun.h"
+
+namespace orvan {
+namespace {
+
+using test::TempRoot;
+using test::ToolRun;
+
+size_t occurrences(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+class StartupMessagesTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(0, run({"install"}).status);
+        // The first start builds the database: nothing to tell the user.
+        const ToolRun set = run({"set", "108", "9", "--profile", "0"});
+        ASSERT_EQ("9\n", set.out);
+        EXPECT_EQ("", set.err);
+    }
+    ToolRun run(const std::vector<std::string>& args) { return test::orvaxctl(mRoot.path(), args); }
+
+    TempRoot mRoot;
+    const std::string mDatabase = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
+};
+
+TEST_F(StartupMessagesTest, ABrokenDefaultFileSaysTheStoredSettingsAreInUse) {
+    const std::string file = mRoot.under("/vendor/etc/orvan/zel-default.xml");
+    for (const char* content : {"<broken", "", "<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY a \"b\">]><x/>"}) {
+        test::writeFile(file, content);
+        const ToolRun get = run({"get", "108", "--profile", "0"});
+        EXPECT_EQ(0, get.status) << content;
+        EXPECT_EQ("9\n", get.out) << content;
+        EXPECT_EQ(1u, occurrences(get.err, "orvaxctl: the default tuning file " + file + " cannot be read ("))
+                << get.err;
+        EXPECT_EQ(1u, occurrences(get.err, "; the stored settings are in use\n")) << get.err;
+        // The service's own lines on the file come first.
+        EXPECT_LT(get.err.find(file), get.err.find("orvaxctl:")) << get.err;
+    }
+}
+
+TEST_F(StartupMessagesTest, ADamagedDatabaseIsNamedWhereItWasMoved) {
+    // Garbage is found at open, a damaged table page by the start's reads.
+    for (const bool garbage : {true, false}) {
+        if (garbage) {
+            test::writeFile(mDatabase, std::string(8192, 'x'));
+        } else {
+            const int page = std::stoi(test::sqlText(mDatabase, "SELECT rootpage FROM sqlite_master WHERE name='profiles'"));
+            const int size = std::stoi(test::sqlText(mDatabase, "PRAGMA page_size"));
+            std::fstream file(mDatabase, std::ios::binary | std::ios::in | std::ios::out);
+            file.seekp(static_cast<std::streamoff>(page - 1) * size);
+            file << std::string(static_cast<size_t>(size), '\xa5');
+        }
+        const ToolRun get = run({"get", "108", "--profile", "0"});
+        EXPECT_EQ(0, get.status) << get.err;
+        const std::string told = "orvaxctl: the settings database was damaged; it was moved to ";
+        const size_t at = get.err.find(told);
+        ASSERT_NE(std::string::npos, at) << get.err;
+        const std::string aside = get.err.substr(at + told.size(), get.err.find(' ', at + told.size()) -
+                                                                            at - told.size());
+        EXPECT_EQ(0u, aside.rfind(mDatabase + ".damaged-", 0)) << aside;
+        EXPECT_TRUE(std::filesystem::is_regular_file(aside)) << aside;
+        ASSERT_EQ("9\n", run({"set", "108", "9", "--profile", "0"}).out);
+    }
+}
+
+TEST_F(StartupMessagesTest, EachLoggedLineIsPrintedOnce) {
+    const struct {
+        std::vector<std::string> args;
+        const char* line;
+    } cases[] = {
+        {{"blob", "get", "00"}, "packAndReceiveParam : Invalid input length!\n"},
+        {{"--verbose", "select", "9"}, "no profile 9 (profiles run from 0 to 4)\n"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun done = run(c.args);
+        EXPECT_EQ(1u, occurrences(done.err, c.line)) << done.err;
+    }
+}
+
+}  // namespace
+}  // namespace orvan
