@@ -296,7 +296,9 @@ int runWatch(const CommandLine& args) {
 }
 
 bool runThroughDaemon(const std::string& command, const CommandLine& args, int* status) {
-    const bool routed = command == "status" || command == "int" || command == "reload" || command == "devices" ||
+    // int --list prints the tool's own table and needs no service.
+    const bool intQuery = command == "int" && !args.has("--list") && args.positionals().size() == 1;
+    const bool routed = command == "status" || intQuery || command == "reload" || command == "devices" ||
                         command == "device";
     const bool inProcess = std::find_if(std::begin(kInProcessOnly), std::end(kInProcessOnly), [&](const char* name) {
                                return command == name;

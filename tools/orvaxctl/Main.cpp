@@ -92,10 +92,11 @@ const std::vector<Command>& commands() {
          "Lists the tuning devices of PORT (0 to 5 or its name); * marks the selected one.", {}, {"--json"}, 1, 1,
          runDevices},
         {"device", "device PORT NAME", "Selects tuning device NAME for PORT.", {}, {}, 2, 2, runDevice},
-        {"int", "int CODE | int CODE=VALUE",
+        {"int", "int CODE | int CODE=VALUE | int --list [--json]",
          "Prints integer parameter CODE (four characters, such as TEVO or APMO), or sets it;\n"
-         "RLTF is the one code that can be set (it reloads the OEM extra tuning file).",
-         {}, {}, 1, 1, runInt},
+         "RLTF is the one code that can be set (it reloads the OEM extra tuning file). --list\n"
+         "lists every code the service answers, what it returns and whether it can be set.",
+         {}, {"--list", "--json"}, 0, 1, runInt},
         {"reload", "reload", "Reloads the OEM extra tuning file.", {}, {}, 0, 0, runReload},
         {"engine", "engine [--device D] [--json]",
          "Prints the committed engine parameters: device, code, values; sorted by device key and\n"

@@ -36,6 +36,67 @@ constexpr int32_t kEventSelectProfile = 10;
 constexpr int32_t kEventProfileModified = 11;
 constexpr int32_t kEventResetProfile = 12;
 
+// The integer parameter codes the service answers (getIntParam), and the one
+// it acts on (setIntParam): int --list prints this table, and int sets only
+// the codes it marks settable.
+struct IntParameter {
+    const char* code;
+    const char* returns;
+    bool settable;
+};
+
+constexpr IntParameter kIntParameters[] = {
+    {"ADEV", "the active output device, as an engine device key", false},
+    {"APMO", "1 when the selected profile is a mobility profile, else 0", false},
+    {"CHCT", "the channel count the hosting server set", false},
+    {"TEVO", "1 when the engine is on, else 0", false},
+    {"DCCP", "1 while a codec client (type 1 to 4) is registered, else 0", false},
+    {"DDSA", "the virtualizer surround speaker angle of the active port's tuning; -1 without one", false},
+    {"DHSA", "the virtualizer height speaker angle of the active port's tuning; -1 without one", false},
+    {"DFSA", "the virtualizer front speaker angle of the active port's tuning; -1 without one", false},
+    {"DEAM", "the dialog enhancer amount on the active port, 0 when the enhancer is off; -1 when unknown",
+     false},
+    {"DVLA", "the volume leveler amount on the active port", false},
+    {"DTFV", "the default tuning file's format version, major * 1000000 + minor * 1000 + maintenance", false},
+    {"GDEA", "1 once a game client (type 7) has registered, else 0", false},
+    {"LCTM", "the uptime in milliseconds of the last ADEV query", false},
+    {"LCTP", "the type of the last codec client that registered; -1 before any", false},
+    {"SPKM", "1 when the internal speaker is a mono speaker, else 0", false},
+    {"SPKP", "1 when the internal speaker's selected tuning has orientation 0 (portrait), else 0", false},
+    {"RLTF", "-1 (setting it, to any value, reloads the OEM extra tuning file)", true},
+};
+
+const IntParameter* findIntParameter(const std::string& code) {
+    for (const IntParameter& parameter : kIntParameters) {
+        if (code == parameter.code) {
+            return &parameter;
+        }
+    }
+    return nullptr;
+}
+
+int listIntParameters(bool json) {
+    if (!json) {
+        std::printf("%-4s  %-8s  %s\n", "code", "settable", "returns");
+    }
+    std::vector<std::string> items;
+    for (const IntParameter& parameter : kIntParameters) {
+        if (json) {
+            items.push_back(JsonObject()
+                                    .addString("code", parameter.code)
+                                    .addString("returns", parameter.returns)
+                                    .addBool("settable", parameter.settable)
+                                    .str());
+        } else {
+            std::printf("%-4s  %-8s  %s\n", parameter.code, parameter.settable ? "yes" : "no", parameter.returns);
+        }
+    }
+    if (json) {
+        printJsonArray(items);
+    }
+    return kExitOk;
+}
+
 constexpr uint32_t kReloadCode = 'RLTF';
 constexpr int32_t kDefaultBlobOutput = 256;
 constexpr int32_t kMaxBlobOutput = 1 << 20;
@@ -565,6 +626,12 @@ int runDevice(const CommandLine& args) {
 }
 
 int runInt(const CommandLine& args) {
+    if (args.has("--list") != args.positionals().empty()) {
+        return fail(kExitUsage, "int: give a CODE, a CODE=VALUE or --list");
+    }
+    if (args.has("--list")) {
+        return listIntParameters(args.has("--json"));
+    }
     const std::string& text = args.positionals()[0];
     const size_t equals = text.find('=');
     uint32_t code = 0;
@@ -581,7 +648,8 @@ int runInt(const CommandLine& args) {
     if (!parseInt32(text.substr(equals + 1), &value)) {
         return fail(kExitUsage, "int: '%s' is not a number", text.substr(equals + 1).c_str());
     }
-    if (code != kReloadCode) {
+    const IntParameter* parameter = findIntParameter(text.substr(0, equals));
+    if (parameter == nullptr || !parameter->settable) {
         return fail(kExitUsage, "int: only RLTF can be set");
     }
     return withSession(reload, true);
