@@ -106,7 +106,8 @@ bool AxContextManager::loadLocked(const std::string& file) {
     // writes end the hold.
     mProvider->holdTableRows();
     int result = mProvider->init();
-    if (result == -19 && !rebuilt) {
+    // A file that just failed to parse would fail again, and log it twice.
+    if (result == -19 && !rebuilt && mDefaultFileProblem.empty()) {
         // A database that holds no profile cannot serve, but the tuning files can.
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);

@@ -89,6 +89,13 @@ TEST_F(StartupMessagesTest, EachLoggedLineIsPrintedOnce) {
         const ToolRun done = run(c.args);
         EXPECT_EQ(1u, occurrences(done.err, c.line)) << done.err;
     }
+    // Over a database never built, a default file that cannot be read is read once.
+    const std::string file = mRoot.under("/vendor/etc/orvan/zel-default.xml");
+    std::filesystem::remove(mDatabase);
+    test::writeFile(file, "<broken");
+    const ToolRun get = run({"get", "108"});
+    EXPECT_EQ(1, get.status);
+    EXPECT_EQ(1u, occurrences(get.err, file + ":")) << get.err;
 }
 
 }  // namespace

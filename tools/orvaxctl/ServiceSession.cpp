@@ -137,7 +137,13 @@ bool ServiceSession::start(std::string* error) {
         mService->registerClient(mProxy, kClientType, getuid());
     }
     mRegistered = true;
-    if (mService->getDefaultXmlFormatVersion() == android::OrvanManagerService::kNotInitialized) {
+    bool loaded = false;
+    {
+        // A service without settings logs that it has none; the line below says why.
+        ThreadLogMute mute;
+        loaded = mService->getDefaultXmlFormatVersion() != android::OrvanManagerService::kNotInitialized;
+    }
+    if (!loaded) {
         const std::string problem = mService->getStartProblem();
         *error = "the service could not load its settings: " +
                  (problem.empty() ? "nothing loaded from " + tuningFile : problem);
