@@ -58,7 +58,8 @@ TEST_F(StartupMessagesTest, ADamagedDatabaseIsNamedWhereItWasMoved) {
         if (garbage) {
             test::writeFile(mDatabase, std::string(8192, 'x'));
         } else {
-            const int page = std::stoi(test::sqlText(mDatabase, "SELECT rootpage FROM sqlite_master WHERE name='profiles'"));
+            const int page =
+                    std::stoi(test::sqlText(mDatabase, "SELECT rootpage FROM sqlite_master WHERE name='profiles'"));
             const int size = std::stoi(test::sqlText(mDatabase, "PRAGMA page_size"));
             std::fstream file(mDatabase, std::ios::binary | std::ios::in | std::ios::out);
             file.seekp(static_cast<std::streamoff>(page - 1) * size);
