@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -16,11 +17,11 @@ namespace {
 using test::TempRoot;
 using test::ToolRun;
 
-// A JSON value read back by a strict reader of our own: the tests need no
-// other JSON library. Numbers are kept as text.
+// A JSON value read back by a strict reader of our own (the tests need no
+// JSON library): strings decoded, numbers and literals kept as text.
 struct Json {
-    enum Kind { kInvalid, kNull, kBool, kNumber, kString, kArray, kObject } kind = kInvalid;
-    std::string text;  // of a string, number or literal
+    enum Kind { kInvalid, kLiteral, kString, kArray, kObject } kind = kInvalid;
+    std::string text;
     std::vector<Json> items;
     std::vector<std::pair<std::string, Json>> members;
 
@@ -35,127 +36,94 @@ struct Json {
     }
 };
 
-class JsonReader {
-public:
-    // kInvalid for anything but exactly one JSON value, blanks around it.
-    static Json read(const std::string& text) {
-        JsonReader reader(text);
-        Json value = reader.value();
-        reader.blanks();
-        return reader.mAt == text.size() && reader.mGood ? value : Json();
-    }
-
-private:
-    explicit JsonReader(const std::string& text) : mText(text) {}
-
-    bool bad() { return !(mGood = false); }
-    void blanks() { mAt = std::min(mText.size(), mText.find_first_not_of(" \t\r\n", mAt)); }
-    bool take(char c) {
-        blanks();
-        return mAt < mText.size() && mText[mAt] == c ? (++mAt, true) : false;
-    }
-
-    Json value() {
-        Json out;
-        blanks();
-        const char c = mAt < mText.size() ? mText[mAt] : '\0';
-        if (c == '{' || c == '[') {
-            out.kind = c == '{' ? Json::kObject : Json::kArray;
-            ++mAt;
-            if (take(c == '{' ? '}' : ']')) {
-                return out;
-            }
-            do {
-                std::string key;
-                if (c == '{' && (!take('"') || !string(&key) || !take(':'))) {
-                    bad();
-                    return out;
-                }
-                Json item = value();
-                if (c == '{') {
-                    out.members.emplace_back(key, item);
-                } else {
-                    out.items.push_back(item);
-                }
-            } while (mGood && take(','));
-            mGood = mGood && take(c == '{' ? '}' : ']');
-        } else if (c == '"') {
-            out.kind = Json::kString;
-            ++mAt;
-            mGood = mGood && string(&out.text);
-        } else {
-            const size_t end = std::min(mText.size(), mText.find_first_of(",]} \t\r\n", mAt));
-            out.text = mText.substr(mAt, end - mAt);
-            mAt = end;
-            char* rest = nullptr;
-            std::strtod(out.text.c_str(), &rest);
-            out.kind = out.text == "null" ? Json::kNull
-                       : out.text == "true" || out.text == "false" ? Json::kBool
-                       : !out.text.empty() && *rest == '\0' ? Json::kNumber
-                                                            : (bad(), Json::kInvalid);
-        }
-        return out;
-    }
-
-    // After the opening quote; control characters must come escaped.
-    bool string(std::string* out) {
-        for (; mAt < mText.size(); ++mAt) {
-            const unsigned char c = static_cast<unsigned char>(mText[mAt]);
-            if (c == '"') {
-                ++mAt;
-                return true;
-            }
+// One value from `at` on; kInvalid for anything JSON does not allow.
+Json readJson(const std::string& s, size_t& at) {
+    const auto take = [&](char c) {
+        at = std::min(s.size(), s.find_first_not_of(" \t\r\n", at));
+        return at < s.size() && s[at] == c ? (++at, true) : false;
+    };
+    Json out;
+    if (take('"')) {
+        for (; at < s.size() && s[at] != '"'; ++at) {
+            const unsigned char c = static_cast<unsigned char>(s[at]);
             if (c < 0x20) {
-                return bad();
+                return Json();  // control characters must come escaped
             }
             if (c != '\\') {
-                *out += static_cast<char>(c);
+                out.text += s[at];
                 continue;
             }
-            const char escaped = ++mAt < mText.size() ? mText[mAt] : '\0';
-            const std::string simple = "\"\\/bfnrt";
-            const std::string meaning = "\"\\/\b\f\n\r\t";
-            if (simple.find(escaped) != std::string::npos) {
-                *out += meaning[simple.find(escaped)];
-            } else if (escaped == 'u' && mAt + 4 < mText.size()) {
-                const long code = std::strtol(mText.substr(mAt + 1, 4).c_str(), nullptr, 16);
-                mAt += 4;
-                if (code >= 0x80) {
-                    return bad();  // the tool writes only control characters this way
-                }
-                *out += static_cast<char>(code);
+            const size_t escape = ++at < s.size() ? std::string("\"\\/bfnrtu").find(s[at]) : std::string::npos;
+            if (escape == std::string::npos) {
+                return Json();
+            }
+            if (escape == 8) {
+                out.text += static_cast<char>(std::strtol(s.substr(at + 1, 4).c_str(), nullptr, 16));
+                at += 4;
             } else {
-                return bad();
+                out.text += "\"\\/\b\f\n\r\t"[escape];
             }
         }
-        return bad();
+        out.kind = take('"') ? Json::kString : Json::kInvalid;
+    } else if (take('[') || take('{')) {
+        const bool object = s[at - 1] == '{';
+        out.kind = object ? Json::kObject : Json::kArray;
+        if (take(object ? '}' : ']')) {
+            return out;
+        }
+        do {
+            Json key;
+            if (object && ((key = readJson(s, at)).kind != Json::kString || !take(':'))) {
+                return Json();
+            }
+            Json item = readJson(s, at);
+            if (item.kind == Json::kInvalid) {
+                return Json();
+            }
+            if (object) {
+                out.members.emplace_back(key.text, item);
+            } else {
+                out.items.push_back(item);
+            }
+        } while (take(','));
+        return take(object ? '}' : ']') ? out : Json();
+    } else {
+        const size_t end = std::min(s.size(), s.find_first_of(",]}: \t\r\n", at));
+        out.text = s.substr(at, end - at);
+        at = end;
+        char* rest = nullptr;
+        std::strtod(out.text.c_str(), &rest);
+        const bool literal = out.text == "null" || out.text == "true" || out.text == "false";
+        out.kind = literal || (!out.text.empty() && *rest == '\0') ? Json::kLiteral : Json::kInvalid;
     }
+    return out;
+}
 
-    const std::string& mText;
-    size_t mAt = 0;
-    bool mGood = true;
-};
+// Exactly one value, blanks around it.
+Json readJson(const std::string& text) {
+    size_t at = 0;
+    const Json value = readJson(text, at);
+    return text.find_first_not_of(" \t\r\n", at) == std::string::npos ? value : Json();
+}
 
 // Each case: the text, and what jsonString makes of it (null: the text in quotes).
 TEST(JsonStringTest, EscapesWhatJsonForbidsAndReplacesBytesThatAreNoUtf8) {
     const std::pair<std::string, const char*> cases[] = {
         {"plain_name", nullptr},
         {"say \"hi\"", "\"say \\\"hi\\\"\""},
-        {"C:\\tunings\\", "\"C:\\\\tunings\\\\\""},
         {"line\nnext\ttab\rend", "\"line\\nnext\\ttab\\rend\""},
         {std::string("nul\0x", 5), "\"nul\\u0000x\""},
         {"\x01\x1f\x7f", "\"\\u0001\\u001f\x7f\""},
         {"caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x8e\xa7", nullptr},
         {"latin1 caf\xe9!", "\"latin1 caf\xef\xbf\xbd!\""},
         {"cut \xe2\x82", "\"cut \xef\xbf\xbd\xef\xbf\xbd\""},
-        {"overlong \xc0\xaf", "\"overlong \xef\xbf\xbd\xef\xbf\xbd\""},
         {"surrogate \xed\xa0\x80", "\"surrogate \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
         {"beyond \xf4\x90\x80\x80", "\"beyond \xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
     };
     for (const auto& [text, expected] : cases) {
         const std::string json = tool::jsonString(text);
         EXPECT_EQ(expected != nullptr ? std::string(expected) : "\"" + text + "\"", json) << text;
-        const Json back = JsonReader::read(json);
+        const Json back = readJson(json);
         ASSERT_EQ(Json::kString, back.kind) << json;
         if (json.find("\xef\xbf\xbd") == std::string::npos) {
             EXPECT_EQ(text, back.text) << json;
@@ -169,14 +137,29 @@ protected:
 
     ToolRun run(const std::vector<std::string>& args) { return test::orvaxctl(mRoot.path(), args); }
 
-    // Runs a command that must succeed and reads its output as JSON.
-    Json json(const std::vector<std::string>& args) {
+    std::string ok(const std::vector<std::string>& args) {
         const ToolRun ran = run(args);
         EXPECT_EQ(0, ran.status) << args[0] << ": " << ran.err;
-        const Json value = JsonReader::read(ran.out);
-        EXPECT_NE(Json::kInvalid, value.kind) << args[0] << ": not JSON:\n" << ran.out;
+        return ran.out;
+    }
+
+    // Runs a command that must succeed and reads its output as JSON.
+    Json json(const std::vector<std::string>& args) {
+        const std::string out = ok(args);
+        const Json value = readJson(out);
+        EXPECT_NE(Json::kInvalid, value.kind) << args[0] << ": not JSON:\n" << out;
         return value;
     }
+
+    // The bundled default file with `original` (which must occur) replaced.
+    static std::string editedDefault(const std::string& original, const std::string& replacement) {
+        std::string text = test::readFile(test::sourcePath("data/zel-default.xml"));
+        const size_t at = text.find(original);
+        EXPECT_NE(std::string::npos, at) << original;
+        return at == std::string::npos ? text : text.replace(at, original.size(), replacement);
+    }
+
+    std::string defaultFile() const { return mRoot.under("/vendor/etc/orvan/zel-default.xml"); }
 
     TempRoot mRoot;
 };
@@ -212,53 +195,33 @@ TEST_F(OrvaxctlJsonTest, EveryCommandThatPrintsDataPrintsValidJsonWithItsKeys) {
     }
 }
 
-// Names from a tuning file and paths reach JSON escaped, and read back as they were.
-TEST_F(OrvaxctlJsonTest, NamesAndPathsWithQuotesAndBackslashesReadBackUnchanged) {
-    std::string text = test::readFile(test::sourcePath("data/zel-default.xml"));
-    const std::string device = "id=\"usb_dock_speaker\"";
-    ASSERT_NE(std::string::npos, text.find(device));
-    text.replace(text.find(device), device.size(), "id=\"usb_&quot;dock\\\"");
-    // And a problem for check to report in the file.
-    text.replace(text.find("<ieq-amount value=\"10\"/>"), 24, "<ieq-amount value=\"99\"/>");
-    const std::string path = test::writeFile(mRoot, "tab\there \"q\" back\\slash.xml", text);
-    test::writeFile(mRoot.under("/vendor/etc/orvan/zel-default.xml"), text);
-
+// A device name from the tuning file reaches JSON escaped and reads back as it was.
+TEST_F(OrvaxctlJsonTest, ADeviceNameWithAQuoteAndABackslashReadsBackUnchanged) {
+    test::writeFile(defaultFile(), editedDefault("id=\"usb_dock_speaker\"", "id=\"usb_&quot;dock\\\""));
     const Json devices = json({"devices", "usb", "--json"});
-    ASSERT_EQ(Json::kArray, devices.kind);
-    bool found = false;
-    for (const Json& item : devices.items) {
-        found = found || item["name"].text == "usb_\"dock\\";
-    }
-    EXPECT_TRUE(found) << "usb_\"dock\\ is not among the devices";
-
-    const ToolRun check = run({"check", path, "--json"});
-    const Json report = JsonReader::read(check.out);
-    ASSERT_EQ(Json::kObject, report.kind) << check.out;
-    ASSERT_FALSE(report["problems"].items.empty()) << check.out;
-    EXPECT_EQ(path, report["problems"].items[0]["file"].text);
-    EXPECT_EQ(path, report["files"].items[0]["file"].text);
+    ASSERT_EQ(3u, devices.items.size());
+    EXPECT_EQ("usb_\"dock\\", devices.items[2]["name"].text);
 }
 
-// check --json tells the same problems and counts as the text, with the same exit status.
-TEST_F(OrvaxctlJsonTest, CheckReportsEachProblemAsAnObjectAndKeepsItsExitStatus) {
-    std::string text = test::readFile(test::sourcePath("data/zel-default.xml"));
-    const std::string amount = "<ieq-amount value=\"10\"/>";
-    text.replace(text.find(amount), amount.size(), "<ieq-amount value=\"99\"/>");
-    const std::string path = test::writeFile(mRoot, "range.xml", text);
+// check --json tells each problem as the text does, a path with a tab, quotes
+// and a backslash included, and keeps the exit status.
+TEST_F(OrvaxctlJsonTest, CheckReportsEachProblemAsTheTextDoesAndKeepsItsExitStatus) {
+    const std::string path = test::writeFile(mRoot, "tab\there \"q\" back\\slash.xml",
+                                             editedDefault("<ieq-amount value=\"10\"/>", "<ieq-amount value=\"99\"/>"));
     for (const auto& [file, status] : {std::pair{path, 1}, {mRoot.path() + "/absent.xml", 2}}) {
         const ToolRun plain = run({"check", file});
         const ToolRun ran = run({"check", file, "--json"});
         EXPECT_EQ(status, ran.status) << file;
         EXPECT_EQ(status, plain.status) << file;
-        const Json report = JsonReader::read(ran.out);
-        ASSERT_EQ(Json::kObject, report.kind) << ran.out;
+        const Json report = readJson(ran.out);
         ASSERT_EQ(1u, report["problems"].items.size()) << ran.out;
         const Json& problem = report["problems"].items[0];
-        EXPECT_EQ("error", problem["severity"].text);
+        EXPECT_EQ(file, problem["file"].text);
         EXPECT_EQ("1", report["errors"].text);
-        // The text line is FILE[:LINE]: error: MESSAGE [RULE].
-        const std::string line = problem["line"].kind == Json::kNumber ? ":" + problem["line"].text : "";
-        EXPECT_EQ(file + line + ": error: " + problem["message"].text + " [" + problem["rule"].text + "]\n", plain.err);
+        const std::string line = problem["line"].text != "null" ? ":" + problem["line"].text : "";
+        EXPECT_EQ(file + line + ": " + problem["severity"].text + ": " + problem["message"].text + " [" +
+                          problem["rule"].text + "]\n",
+                  plain.err);
     }
 }
 
@@ -276,6 +239,46 @@ TEST_F(OrvaxctlJsonTest, EveryListedIntegerCodeIsAnsweredByTheService) {
         EXPECT_EQ(std::string::npos, ran.err.find("unknown code")) << item["code"].text << ": " << ran.err;
     }
     EXPECT_NE(std::string::npos, run({"int", "XXXX"}).err.find("unknown code"));
+}
+
+// A port the tuning files give no device: nothing to list, and no failure.
+TEST_F(OrvaxctlJsonTest, DevicesOfAPortWithoutDevicesIsAnEmptyList) {
+    test::writeFile(defaultFile(),
+                    editedDefault("<device_id id=\"default_miracast\" endpoint_port=\"miracast\"/>", ""));
+    for (const bool json : {false, true}) {
+        const ToolRun ran = run(json ? std::vector<std::string>{"devices", "miracast", "--json"}
+                                     : std::vector<std::string>{"devices", "miracast"});
+        EXPECT_EQ(0, ran.status) << ran.err;
+        EXPECT_EQ(json ? "[]\n" : "", ran.out);
+        EXPECT_EQ(std::string::npos, ran.err.find("buffer")) << ran.err;
+    }
+}
+
+// A default file damaged on disk after the service built its settings: the
+// service keeps serving what it loaded, and profiles shows that.
+TEST_F(OrvaxctlJsonTest, ProfilesShowsTheMobilityTheServiceHoldsNotTheFileOnDisk) {
+    const std::string travel = "4   travel           yes";
+    ASSERT_NE(std::string::npos, ok({"profiles"}).find(travel));
+    test::writeFile(defaultFile(), test::readFile(defaultFile()) + "<unclosed");
+    const ToolRun ran = run({"profiles"});
+    EXPECT_NE(std::string::npos, ran.out.find(travel)) << ran.out;
+    EXPECT_NE(std::string::npos, ok({"profiles", "--json"}).find("\"name\": \"travel\", \"mobility\": true"));
+}
+
+// A new default file returns the settings to its factory values; changes
+// holds them against those, not the old file's, before any other command runs.
+TEST_F(OrvaxctlJsonTest, ChangesAfterANewDefaultFileHoldsTheSettingsAgainstItsFactoryValues) {
+    ok({"set", "108", "15", "--profile", "1"});
+    const std::string before = ok({"changes"});
+    ASSERT_EQ(3, std::count(before.begin(), before.end(), '\n')) << before;
+    const std::string newFile =
+            test::writeFile(mRoot, "new-default.xml",
+                            editedDefault("<dialog-enhancer-amount value=\"7\"/>", "<dialog-enhancer-amount value=\"3\"/>"));
+    ok({"install", "--default", newFile});
+    EXPECT_EQ("", ok({"changes"}));
+    EXPECT_EQ("[]\n", ok({"changes", "--json"}));
+    ok({"set", "108", "15", "--profile", "1", "--port", "internal_speaker"});
+    EXPECT_EQ("profile 1 speaker: dialog_enhancer_amount 3 -> 15\n", ok({"changes", "1"}));
 }
 
 // Through orvaxd, status and devices print what they print in the process.
