@@ -450,7 +450,10 @@ std::vector<EngineRow> engineRows(ServiceSession& session, const int32_t* onlyDe
 
 int runStatus(const CommandLine& args) {
     const bool json = args.has("--json");
-    return withSession([json](ServiceSession& session) { return printStatus(dumpText(session), json); });
+    return withSession([json](ServiceSession& session) {
+        const std::string dump = dumpText(session);
+        return dump.empty() ? fail(kExitRefused, "the service gave no dump") : printStatus(dump, json);
+    });
 }
 
 int runProfiles(const CommandLine& args) {
