@@ -271,9 +271,9 @@ TEST_F(OrvaxctlJsonTest, ChangesAfterANewDefaultFileHoldsTheSettingsAgainstItsFa
     ok({"set", "108", "15", "--profile", "1"});
     const std::string before = ok({"changes"});
     ASSERT_EQ(3, std::count(before.begin(), before.end(), '\n')) << before;
-    const std::string newFile =
-            test::writeFile(mRoot, "new-default.xml",
-                            editedDefault("<dialog-enhancer-amount value=\"7\"/>", "<dialog-enhancer-amount value=\"3\"/>"));
+    const std::string newFile = test::writeFile(
+            mRoot, "new-default.xml",
+            editedDefault("<dialog-enhancer-amount value=\"7\"/>", "<dialog-enhancer-amount value=\"3\"/>"));
     ok({"install", "--default", newFile});
     EXPECT_EQ("", ok({"changes"}));
     EXPECT_EQ("[]\n", ok({"changes", "--json"}));
