@@ -239,6 +239,25 @@ TEST_F(TuningFileParserTest, AFileWithoutASizeIsReadUpToTheLimit) {
     }
 }
 
+TEST(IeqPresetNameTest, TheFirstWordInOrderOffBalancedWarmDetailedDecides) {
+    const struct {
+        const char* name;
+        PresetType type;
+    } cases[] = {
+        {"ieq_warm", PRESET_WARM},
+        {"ieq_detailed", PRESET_DETAILED},
+        {"ieq_balanced", PRESET_BALANCED},
+        {"warm_off", PRESET_OFF},  // "off" wins over any other word
+        {"detailed_balanced", PRESET_BALANCED},
+        {"detailed_warm", PRESET_WARM},
+        {"ieq_bright", PRESET_OFF},  // no word: off, logged
+        {"of", PRESET_OFF},          // too short to hold a word
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(TuningFileParser::getIeqPresetTypeByName(c.name), c.type) << c.name;
+    }
+}
+
 // The parser walks a file with this cursor; a walk off the end must be harmless.
 class TagIteratorTest : public testing::Test {
 protected:
@@ -270,6 +289,27 @@ TEST_F(TagIteratorTest, EndOfChainEmptyStackAndClearedDocumentAreHarmless) {
     EXPECT_FALSE(mIterator.isCurValid());
     ASSERT_EQ(load("<r><b/></r>"), 0);
     EXPECT_EQ(mIterator.getNodeName(), "b");
+}
+
+TEST_F(TagIteratorTest, StepIntoChildrenSkipsTheFirstChildNode) {
+    // In an indented file the skipped node is the whitespace before the first
+    // element; in a file written on one line it is the first element itself.
+    const struct {
+        const char* xml;
+        const char* landsOn;
+    } cases[] = {
+        {"<r><a>\n  <x/>\n  <y/>\n</a></r>", "x"},
+        {"<r><a><x/><y/></a></r>", "y"},
+        {"<r><a><x/></a></r>", ""},
+    };
+    for (const auto& c : cases) {
+        ASSERT_EQ(load(c.xml), 0) << c.xml;
+        mIterator.childrenNext();
+        while (mIterator.isCurValid() && !mIterator.isElementNode()) {
+            mIterator.next();
+        }
+        EXPECT_EQ(mIterator.getNodeName(), c.landsOn) << c.xml;
+    }
 }
 
 }  // namespace
