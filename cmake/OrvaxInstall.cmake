@@ -18,24 +18,27 @@ endforeach()
 set_target_properties(orvaxctl PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 # The platform libraries' headers keep their device include paths under
-# include/orvax (<media/stagefright/foundation/ALooper.h>, <hidl/Status.h>, ...).
+# include/orvax (<hidl/Status.h>, <tevparamstorage/TevParamCache.h>, ...).
 foreach(library orvaxfoundation orvaxhidl orvaxrnx tevparamstorage)
   target_include_directories(${library} PUBLIC $<INSTALL_INTERFACE:${ORVAX_INSTALL_INCLUDEDIR}>)
 endforeach()
-install(DIRECTORY
-    ${PROJECT_SOURCE_DIR}/platform/foundation/include/
-    ${PROJECT_SOURCE_DIR}/platform/hidl/include/
-    ${PROJECT_SOURCE_DIR}/platform/rnx/include/
-    ${PROJECT_SOURCE_DIR}/platform/tevparamstorage/include/
-  DESTINATION ${ORVAX_INSTALL_INCLUDEDIR}
-  COMPONENT development
-  FILES_MATCHING PATTERN "*.h")
+file(GLOB orvax_platform_include_dirs LIST_DIRECTORIES true ${PROJECT_SOURCE_DIR}/platform/*/include)
 
-# Our headers: those of service/ and manager/ and every header of the tree
-# they include, followed to the end, at their paths in the tree.
-function(orvax_public_headers out)
-  file(GLOB pending RELATIVE ${PROJECT_SOURCE_DIR}
-    ${PROJECT_SOURCE_DIR}/service/*.h ${PROJECT_SOURCE_DIR}/manager/*.h)
+# Only what a hosting server or a client builds against: the service's class,
+# the client callback interface and the client parameter ids, with every
+# header they include, followed to the end. The event handler, the
+# notification clients, the blob reader, the manager and the platform
+# libraries' own workings stay inside.
+set(orvax_public_entry_headers
+  service/OrvanManagerService.h
+  manager/ClientParameter.h
+  platform/rnx/include/vendor/orvan/hardware/rnx/2.0/IRnxCallbacks.h)
+
+# Sets `out` to the headers `entries` include, themselves among them, as paths
+# from the source root: "quoted" ones in the tree, <angled> ones in the
+# platform include folders; system headers are left out.
+function(orvax_included_headers out)
+  set(pending ${ARGN})
   set(found "")
   while(pending)
     list(POP_FRONT pending header)
@@ -43,21 +46,27 @@ function(orvax_public_headers out)
       continue()
     endif()
     list(APPEND found ${header})
-    file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include \"[^\"]+\"")
+    file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include [\"<][^\">]+[\">]")
     foreach(line ${includes})
-      string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" included "${line}")
-      if(EXISTS ${PROJECT_SOURCE_DIR}/${included})
-        list(APPEND pending ${included})
-      endif()
+      string(REGEX REPLACE "^#include [\"<]([^\">]+)[\">].*" "\\1" included "${line}")
+      foreach(dir ${PROJECT_SOURCE_DIR} ${orvax_platform_include_dirs})
+        if(EXISTS ${dir}/${included})
+          file(RELATIVE_PATH relative ${PROJECT_SOURCE_DIR} ${dir}/${included})
+          list(APPEND pending ${relative})
+          break()
+        endif()
+      endforeach()
     endforeach()
   endwhile()
   list(SORT found)
   set(${out} ${found} PARENT_SCOPE)
 endfunction()
 
-orvax_public_headers(orvax_headers)
+orvax_included_headers(orvax_headers ${orvax_public_entry_headers})
 foreach(header ${orvax_headers})
-  get_filename_component(header_dir ${header} DIRECTORY)
+  # platform/NAME/include/PATH installs as PATH, the tree's own as their path.
+  string(REGEX REPLACE "^platform/[^/]+/include/" "" installed ${header})
+  get_filename_component(header_dir ${installed} DIRECTORY)
   install(FILES ${PROJECT_SOURCE_DIR}/${header}
     DESTINATION ${ORVAX_INSTALL_INCLUDEDIR}/${header_dir}
     COMPONENT development)
@@ -74,8 +83,16 @@ install(FILES ${PROJECT_SOURCE_DIR}/data/zel-default.xml ${PROJECT_SOURCE_DIR}/d
   DESTINATION ${CMAKE_INSTALL_DATADIR}/orvax
   COMPONENT runtime)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/docs/tuning-file-format.md
-    ${PROJECT_SOURCE_DIR}/docs/orvaxctl.md ${PROJECT_SOURCE_DIR}/docs/tuning-file.xsd
+    ${PROJECT_SOURCE_DIR}/docs/orvaxctl.md ${PROJECT_SOURCE_DIR}/docs/orvaxd.md
+    ${PROJECT_SOURCE_DIR}/docs/tuning-file.xsd
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/orvaxctl.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+  COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/tools/orvaxctl/orvaxctl.bash-completion
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  RENAME orvaxctl
   COMPONENT runtime)
 
 # CMake package: find_package(orvax) gives orvax::orvaxservice.
@@ -83,22 +100,7 @@ install(EXPORT orvaxTargets
   NAMESPACE orvax::
   DESTINATION ${ORVAX_INSTALL_CMAKEDIR}
   COMPONENT development)
-file(WRITE ${PROJECT_BINARY_DIR}/orvaxConfig.cmake.in [=[
-# The Orvax settings service: find_package(orvax) defines orvax::orvaxservice,
-# which brings its headers, the platform libraries and Android's libutils and
-# liblog (found as Debian packages them) with it.
-@PACKAGE_INIT@
-
-include(CMakeFindDependencyMacro)
-list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
-find_dependency(AndroidPlatform)
-find_dependency(Threads)
-list(POP_FRONT CMAKE_MODULE_PATH)
-
-include(${CMAKE_CURRENT_LIST_DIR}/orvaxTargets.cmake)
-check_required_components(orvax)
-]=])
-configure_package_config_file(${PROJECT_BINARY_DIR}/orvaxConfig.cmake.in ${PROJECT_BINARY_DIR}/orvaxConfig.cmake
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/orvaxConfig.cmake.in ${PROJECT_BINARY_DIR}/orvaxConfig.cmake
   INSTALL_DESTINATION ${ORVAX_INSTALL_CMAKEDIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvaxConfigVersion.cmake
   VERSION ${PROJECT_VERSION}
@@ -109,19 +111,13 @@ install(FILES ${PROJECT_BINARY_DIR}/orvaxConfig.cmake ${PROJECT_BINARY_DIR}/orva
   COMPONENT development)
 
 # pkg-config: the Android libraries have no .pc file of their own, so their
-# paths as found here are written in.
-file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/orvaxservice.pc @ONLY CONTENT [=[
-prefix=@CMAKE_INSTALL_PREFIX@
-libdir=${prefix}/@CMAKE_INSTALL_LIBDIR@
-includedir=${prefix}/@ORVAX_INSTALL_INCLUDEDIR@
-
-Name: orvaxservice
-Description: Orvax settings service of the TEV audio post-processing engine
-Version: @PROJECT_VERSION@
-Cflags: -I${includedir} -isystem @AndroidPlatform_INCLUDE_DIR@ -Wno-multichar
-Libs: -L${libdir} -Wl,-rpath,${libdir} -lorvaxservice -lorvaxfoundation -lorvaxhidl -lorvaxrnx -ltevparamstorage -L@AndroidPlatform_LIBRARY_DIR@ -Wl,-rpath,@AndroidPlatform_LIBRARY_DIR@ -lutils -llog
-Libs.private: -lpthread
-]=])
+# paths as found here are written in; ours follow from the file's place.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  message(FATAL_ERROR "orvaxservice.pc is relocatable and needs a relative CMAKE_INSTALL_LIBDIR, not ${CMAKE_INSTALL_LIBDIR}")
+endif()
+file(RELATIVE_PATH ORVAX_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" ORVAX_PC_TO_PREFIX ${ORVAX_PC_TO_PREFIX})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/orvaxservice.pc.in ${PROJECT_BINARY_DIR}/orvaxservice.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orvaxservice.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
