@@ -39,6 +39,7 @@ for s in "${stages[@]}"; do
     asan)
       (
         export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1
+        export LSAN_OPTIONS=suppressions=$PWD/scripts/lsan.supp:print_suppressions=0
         export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
         stage "AddressSanitizer+UndefinedBehaviorSanitizer" "$base-asan" address
       ) ;;

@@ -42,7 +42,13 @@ std::string showDatabase(const std::string& path) {
     }
     sqlite3_finalize(statement);
     for (const std::string& table : tables) {
-        sqlite3_prepare_v2(db, ("SELECT * FROM " + table + " ORDER BY rowid").c_str(), -1, &statement, nullptr);
+        // Device tuning rows are inserted in the order of the parsed records'
+        // addresses, which differs between builds; their ids name nothing.
+        const bool byContent = table == "device_tunings";
+        const std::string sql = byContent ? "SELECT custom_name, device, port, tuning_id FROM " + table +
+                                                " ORDER BY port, device, custom_name"
+                                          : "SELECT * FROM " + table + " ORDER BY rowid";
+        sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW) {
             std::string row = table + ":";
             for (int column = 0; column < sqlite3_column_count(statement); ++column) {
