@@ -49,8 +49,8 @@ public:
     using IRnxCallbacks = ::vendor::orvan::hardware::rnx::V2_0::IRnxCallbacks;
 
     // Answers of the blob and integer operations.
-    static constexpr int32_t kNotInitialized = -19;
-    static constexpr int32_t kInvalidVersion = -22;
+    static constexpr int32_t kNotInitialized = android::NO_INIT;
+    static constexpr int32_t kInvalidVersion = android::BAD_VALUE;
 
     OrvanManagerService();
 

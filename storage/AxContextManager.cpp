@@ -2,6 +2,7 @@
 
 #include "storage/AxContextManager.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <set>
 
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "model/DeviceData.h"
 #include "storage/DevicePaths.h"
@@ -107,7 +109,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
     mProvider->holdTableRows();
     int result = mProvider->init();
     // A file that just failed to parse would fail again, and log it twice.
-    if (result == -19 && !rebuilt && mDefaultFileProblem.empty()) {
+    if (result == android::NO_INIT && !rebuilt && mDefaultFileProblem.empty()) {
         // A database that holds no profile cannot serve, but the tuning files can.
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);
@@ -126,7 +128,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
             mProvider->loadIeqPreset(static_cast<PresetType>(type));
         }
     } else {
-        mStartProblem = result == -19 ? "the settings database " + DevicePaths::dataDirectory() +
+        mStartProblem = result == android::NO_INIT ? "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " holds no profile and " + file +
                                                 " could not be loaded into it"
                                       : "the settings database " + DevicePaths::dataDirectory() +
@@ -183,7 +185,7 @@ int AxContextManager::loadOemTuning() {
     android::Mutex::Autolock lock(mLock);
     if (!mProvider) {
         ALOGE("%s(): the settings database is not loaded", __func__);
-        return -19;
+        return android::NO_INIT;
     }
     const int result = loadOemTuningLocked(true);
     if (result == 0 && mContext) {
@@ -328,13 +330,13 @@ int AxContextManager::loadOemTuningLocked(bool ownTransaction) {
     const std::string file = DevicePaths::extraTuningFile();
     if (!fileExists(file)) {
         ALOGE("OEM Tuning XML doesn't exist!");
-        return -2;
+        return android::NAME_NOT_FOUND;
     }
     ALOGD("Try to load OEM tuning XML file from %s", file.c_str());
     TuningFileParser oemParser;
     if (oemParser.setTuningFile(file) != 0 || oemParser.getDeviceData() == nullptr) {
         ALOGE("OEM Tuning XML parses error!");
-        return -22;
+        return android::BAD_VALUE;
     }
     DeviceData* oem = oemParser.getDeviceData();
     ALOGD("OEM tuning XML file completed deviceData = %p", static_cast<void*>(oem));
@@ -344,7 +346,7 @@ int AxContextManager::loadOemTuningLocked(bool ownTransaction) {
     if (oemVersion != currentVersion) {
         ALOGE("OEM tuning format V=%s is not consistent with current V=%s, abort loading OEM tuning XML.",
               oemVersion.c_str(), currentVersion.c_str());
-        return -22;
+        return android::BAD_VALUE;
     }
 
     // The default file's own names and devices, which the OEM file may not replace.
@@ -353,7 +355,7 @@ int AxContextManager::loadOemTuningLocked(bool ownTransaction) {
         defaultParser.getDeviceData() == nullptr) {
         ALOGE("%s(): cannot read the default tuning XML to check the OEM tunings against",
               __func__);
-        return -22;
+        return android::BAD_VALUE;
     }
     std::set<std::string> defaultTunings;
     for (const Tuning* tuning : defaultParser.getDeviceData()->getTunings()) {
@@ -403,7 +405,7 @@ int AxContextManager::loadOemTuningLocked(bool ownTransaction) {
     }
     if (!mProvider->commitTransaction()) {
         ALOGE("OEM tuning XML could not be stored, the earlier OEM tunings stay");
-        return -5;
+        return -EIO;  // libutils here names no IO_ERROR; the device value is -EIO
     }
 
     ALOGD("Tell database to reload cached device tunings.");

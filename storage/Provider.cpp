@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include <log/log.h>
+#include <utils/Errors.h>
 
 #include "storage/DatabaseHelper.h"
 
@@ -458,11 +459,11 @@ int Provider::init() {
     std::vector<std::string> names;
     if (!mHelper->queryProfileNames(names, kDefaultName) && mHelper->isOpen()) {
         ALOGE("%s(): the profiles of the settings database could not be read", "init");
-        return -5;
+        return -EIO;  // libutils here names no IO_ERROR; the device value is -EIO
     }
     if (names.empty()) {
         ALOGE("%s(): No profiles found from the database", "init");
-        return -19;
+        return android::NO_INIT;
     }
     const int count = static_cast<int>(names.size());
     ALOGD("%s(): Altogether %d profiles found", "init", count);
