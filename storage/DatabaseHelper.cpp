@@ -1358,7 +1358,8 @@ void DatabaseHelper::queryProfileIds(TableType table, const std::string& customN
     }
 }
 
-void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings) {
+void DatabaseHelper::queryDeviceTunings(const std::string& port,
+                                        std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings) {
     Guard guard(mLock);
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows = lookUp(DEVICE_TUNING, {{"port", port}}, fetched);
@@ -1381,7 +1382,7 @@ void DatabaseHelper::queryDeviceTunings(const std::string& port, std::set<Device
             seen |= 4;
         }
         if (seen == 7) {
-            deviceTunings.insert(new DeviceTuning(id, device, devicePort, tuning));
+            deviceTunings.push_back(std::make_unique<DeviceTuning>(id, device, devicePort, tuning));
             id = -1;
             seen = 0;
         }

@@ -181,8 +181,8 @@ public:
     // The `profile_id` texts of the rows of `customName` in "profiles" (PROFILE)
     // or "geq_presets" (GEQ_PRESET), in row order.
     void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids);
-    // Adds a new DeviceTuning per row of `port`; the caller owns them.
-    void queryDeviceTunings(const std::string& port, std::set<DeviceTuning*>& deviceTunings);
+    // Appends a DeviceTuning per row of `port`, in row order.
+    void queryDeviceTunings(const std::string& port, std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings);
 
     // The configuration table: "" when the key is missing.
     std::string queryConfigurationValue(const std::string& key);

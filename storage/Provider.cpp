@@ -62,16 +62,7 @@ bool Provider::writeConfigurationValue(const std::string& key, const std::string
     return mHelper->setConfigurationValue(key, value);
 }
 
-Provider::~Provider() {
-    for (Tuning* tuning : mTunings) {
-        delete tuning;
-    }
-    for (auto& entry : mDeviceTunings) {
-        for (DeviceTuning* deviceTuning : entry.second) {
-            delete deviceTuning;
-        }
-    }
-}
+Provider::~Provider() = default;
 
 int Provider::getSelectedProfile() {
     return std::atoi(mHelper->querySelectedProfile(kSelectedProfile).c_str());
@@ -87,9 +78,9 @@ bool Provider::isTevOn() {
 
 DeviceTuning* Provider::findCachedDevice(const std::string& deviceName) const {
     for (const auto& entry : mDeviceTunings) {
-        for (DeviceTuning* deviceTuning : entry.second) {
+        for (const auto& deviceTuning : entry.second) {
             if (deviceTuning->getDevice() == deviceName) {
-                return deviceTuning;
+                return deviceTuning.get();
             }
         }
     }
@@ -97,9 +88,9 @@ DeviceTuning* Provider::findCachedDevice(const std::string& deviceName) const {
 }
 
 Tuning* Provider::findCachedTuning(const std::string& name) const {
-    for (Tuning* tuning : mTunings) {
+    for (const auto& tuning : mTunings) {
         if (tuning->getName() == name) {
-            return tuning;
+            return tuning.get();
         }
     }
     return nullptr;
@@ -122,8 +113,8 @@ Tuning* Provider::loadTuningForDevice(const std::string& deviceName) {
         return nullptr;
     }
     tuning->setDirty(false);
-    Tuning* loaded = tuning.release();
-    mTunings.insert(loaded);
+    Tuning* loaded = tuning.get();
+    mTunings.push_back(std::move(tuning));
     ALOGD("Load tuning[%s] from cache device[%s], and put it in cached mTunings", name.c_str(),
           deviceName.c_str());
     return loaded;
@@ -131,17 +122,20 @@ Tuning* Provider::loadTuningForDevice(const std::string& deviceName) {
 
 std::set<DeviceTuning*> Provider::loadDeviceTuningsForPort(Port port) {
     auto cached = mDeviceTunings.find(port);
-    if (cached != mDeviceTunings.end()) {
-        return cached->second;
+    if (cached == mDeviceTunings.end()) {
+        const std::string name = portName(port);
+        if (name.empty()) {
+            ALOGE("%s(): unknown port %d", __func__, static_cast<int>(port));
+            return {};
+        }
+        cached = mDeviceTunings.emplace(port, std::vector<std::unique_ptr<DeviceTuning>>()).first;
+        mHelper->queryDeviceTunings(name, cached->second);
     }
-    const std::string name = portName(port);
-    if (name.empty()) {
-        ALOGE("%s(): unknown port %d", __func__, static_cast<int>(port));
-        return {};
-    }
+    // The provider keeps the records; callers borrow them.
     std::set<DeviceTuning*> deviceTunings;
-    mHelper->queryDeviceTunings(name, deviceTunings);
-    mDeviceTunings[port] = deviceTunings;
+    for (const auto& deviceTuning : cached->second) {
+        deviceTunings.insert(deviceTuning.get());
+    }
     return deviceTunings;
 }
 
@@ -361,16 +355,16 @@ void Provider::clearOemDeviceTunings() {
 // retired, unchanged, for as long as the provider lives. Tunings are read
 // again on their next use.
 void Provider::reloadCachedDeviceTunings() {
-    for (const auto& entry : mDeviceTunings) {
-        for (DeviceTuning* deviceTuning : entry.second) {
+    for (auto& entry : mDeviceTunings) {
+        for (auto& deviceTuning : entry.second) {
             ALOGD("Clear cached device tuning Port[%s]:Device[%s]", portName(entry.first),
                   deviceTuning->getDevice().c_str());
-            mRetiredDeviceTunings.emplace_back(deviceTuning);
+            mRetiredDeviceTunings.push_back(std::move(deviceTuning));
         }
     }
     mDeviceTunings.clear();
-    for (Tuning* tuning : mTunings) {
-        mRetiredTunings.emplace_back(tuning);
+    for (auto& tuning : mTunings) {
+        mRetiredTunings.push_back(std::move(tuning));
     }
     mTunings.clear();
     for (size_t i = 0; i < kPortCount; ++i) {

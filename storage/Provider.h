@@ -161,10 +161,10 @@ private:
     // Where each loaded record's row stands (its rowid), so that a save
     // updates it there instead of searching the table; -1 when unknown.
     std::unordered_map<const ParameterValues*, int64_t> mRowIds;
-    std::set<Tuning*> mTunings;
+    std::vector<std::unique_ptr<Tuning>> mTunings;
     std::vector<std::unique_ptr<ProfileRecords>> mProfiles;
     int32_t mNumProfiles = 0;
-    std::map<Port, std::set<DeviceTuning*>> mDeviceTunings;
+    std::map<Port, std::vector<std::unique_ptr<DeviceTuning>>> mDeviceTunings;
     std::array<std::unique_ptr<IeqPreset>, kPresetTypeCount> mIeqPresets;
     // Whether mIeqPresets[type] holds its stored curve: factory rows change
     // only with a rebuild, which comes before any reader.

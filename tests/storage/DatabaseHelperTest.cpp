@@ -123,15 +123,10 @@ std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names)
         out += std::to_string(db.queryGeqValue(name, "custom", &geq)) + geq.toString();
         Tuning tuning(name, ENDPOINT_SPEAKER, false);
         out += std::to_string(db.queryTuning(name, &tuning)) + tuning.toString();
-        std::set<DeviceTuning*> devices;
+        std::vector<std::unique_ptr<DeviceTuning>> devices;
         db.queryDeviceTunings(name, devices);
-        std::set<std::string> deviceTexts;  // the set is ordered by address
-        for (DeviceTuning* device : devices) {
-            deviceTexts.insert(device->toString());
-            delete device;
-        }
-        for (const std::string& text : deviceTexts) {
-            out += text;
+        for (const auto& device : devices) {
+            out += device->toString();
         }
         out += "|" + db.queryConfigurationValue(name) + "\n";
     }
