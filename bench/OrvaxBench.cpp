@@ -21,6 +21,8 @@
 #include "bench/StartupFloor.h"
 #include "bench/TuningFileGenerator.h"
 #include "manager/AxManager.h"
+#include "manager/ClientParameter.h"
+#include "service/ClientProtocol.h"
 #include "storage/AxContextManager.h"
 
 namespace orvan::bench {
@@ -28,7 +30,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int32_t kDialogEnhancerAmountId = 108;
+constexpr int32_t kDialogEnhancerAmountId = ClientParameter::find("dialog_enhancer_amount")->id;
 // Sets per batch when the load is sustained: the event handler's queue stays
 // filled, and waiting for it after each batch costs little. After a short
 // batch the measured rate is mostly the two threads waking each other.
@@ -186,7 +188,7 @@ void BM_Sets(benchmark::State& state) {
     }
     std::vector<std::vector<uint8_t>> blobs;
     for (int32_t value = 0; value < 17; ++value) {
-        blobs.push_back(parameterBlob(1, {0, 0, kDialogEnhancerAmountId, value}));
+        blobs.push_back(parameterBlob(ClientProtocol::kEventParameter, {0, 0, kDialogEnhancerAmountId, value}));
     }
     std::vector<double> directs;
     std::vector<double> services;
@@ -274,7 +276,7 @@ void BM_GetTevParam(benchmark::State& state) {
     if (!startOnBundledFile(state, root, service)) {
         return;
     }
-    const std::vector<uint8_t> ask = parameterBlob(1, {kDialogEnhancerAmountId, 0});
+    const std::vector<uint8_t> ask = parameterBlob(ClientProtocol::kEventParameter, {kDialogEnhancerAmountId, 0});
     int32_t answer = -1;
     const Clock::time_point start = Clock::now();
     long n = 0;
@@ -344,8 +346,8 @@ Row note(const std::string& name, const std::string& text) {
 std::vector<Row> summary() {
     std::vector<Row> rows;
     for (int scale : {1, 10}) {
-        rows.push_back(atMost("cold start / floor, " + scaleName(scale) + " file", figure("cold_floor/" + scaleName(scale)), 3,
-                              "%.2fx"));
+        rows.push_back(atMost("cold start / floor, " + scaleName(scale) + " file",
+                              figure("cold_floor/" + scaleName(scale)), 3, "%.2fx"));
     }
     rows.push_back(atMost("cold start / floor, 100x file", figure("cold_floor/100x"), 2, "%.2fx"));
     const double sizeRatio = static_cast<double>(sFiles[100].bytes) / static_cast<double>(sFiles[1].bytes);
@@ -362,9 +364,10 @@ std::vector<Row> summary() {
                              figure("service_direct/16_short"), "%.2f"));
     for (int scale : {1, 10, 100}) {
         const std::string name = scaleName(scale);
-        rows.push_back(note("cold / warm / floor ms, " + name + " file",
-                            format("%.1f", figure("cold_ms/" + name)) + " / " + format("%.1f", figure("warm_ms/" + name)) +
-                                " / " + format("%.1f", figure("floor_ms/" + name))));
+        rows.push_back(
+            note("cold / warm / floor ms, " + name + " file", format("%.1f", figure("cold_ms/" + name)) + " / " +
+                                                                  format("%.1f", figure("warm_ms/" + name)) + " / " +
+                                                                  format("%.1f", figure("floor_ms/" + name))));
     }
     rows.push_back(reference("direct AxManager::setParameter, sets/s", direct, "%.0f"));
     rows.push_back(reference("setTevParam with 1 client, sets/s", figure("sets_per_s/service_1"), "%.0f"));

@@ -23,28 +23,31 @@
 #include "bench/LogTally.h"
 #include "bench/TuningFileGenerator.h"
 #include "manager/AxManager.h"
+#include "manager/ClientParameter.h"
+#include "service/ClientProtocol.h"
 #include "storage/AxContextManager.h"
 
 namespace orvan::bench {
 namespace {
 
-constexpr int32_t kDialogEnhancerAmountId = 108;
+constexpr int32_t kDialogEnhancerAmountId = ClientParameter::find("dialog_enhancer_amount")->id;
 constexpr int kSteadySets = 200;
 
 int usage() {
-    std::fprintf(stderr,
-                 "usage: orvax_probe generate FACTOR OUT      write a tuning file FACTOR times the bundled one\n"
-                 "       orvax_probe check FILE               first start on FILE: no message beyond the bundled file's\n"
-                 "       orvax_probe coldstart FILE [SNAPSHOT] first start on FILE, %d sets through the service;\n"
-                 "                                            under massif, a heap snapshot to SNAPSHOT once idle\n"
-                 "       orvax_probe warmstart FILE           a first start on FILE, then the start callgrind counts\n"
-                 "       orvax_probe change N [FILE]          N parameter changes (AxManager::setParameter, id %d),\n"
-                 "                                            the only part callgrind instruments\n"
-                 "       orvax_probe serviceset N [CLIENTS]   N sets of id %d through setTevParam to the store and\n"
-                 "                                            CLIENTS clients (16), the only part callgrind instruments\n"
-                 "       orvax_probe save FILE                on a database built from FILE, one value changed and\n"
-                 "                                            saved; callgrind counts the save alone\n",
-                 kSteadySets, kDialogEnhancerAmountId, kDialogEnhancerAmountId);
+    std::fprintf(
+        stderr,
+        "usage: orvax_probe generate FACTOR OUT      write a tuning file FACTOR times the bundled one\n"
+        "       orvax_probe check FILE               first start on FILE: no message beyond the bundled file's\n"
+        "       orvax_probe coldstart FILE [SNAPSHOT] first start on FILE, %d sets through the service;\n"
+        "                                            under massif, a heap snapshot to SNAPSHOT once idle\n"
+        "       orvax_probe warmstart FILE           a first start on FILE, then the start callgrind counts\n"
+        "       orvax_probe change N [FILE]          N parameter changes (AxManager::setParameter, id %d),\n"
+        "                                            the only part callgrind instruments\n"
+        "       orvax_probe serviceset N [CLIENTS]   N sets of id %d through setTevParam to the store and\n"
+        "                                            CLIENTS clients (16), the only part callgrind instruments\n"
+        "       orvax_probe save FILE                on a database built from FILE, one value changed and\n"
+        "                                            saved; callgrind counts the save alone\n",
+        kSteadySets, kDialogEnhancerAmountId, kDialogEnhancerAmountId);
     return 2;
 }
 
@@ -74,7 +77,7 @@ bool firstStart(const std::string& file, std::vector<std::string>* problems, int
     service.start();
     const bool loaded = service.isLoaded();
     if (loaded) {
-        const std::vector<uint8_t> ask = parameterBlob(3, {});
+        const std::vector<uint8_t> ask = parameterBlob(ClientProtocol::kEventProfileCount, {});
         int32_t count = 0;
         service.service().getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), &count, sizeof count);
         *profiles = count;
@@ -141,7 +144,8 @@ int runColdStart(int argc, char** argv) {
     }
     // A person at a slider: the steady state is the service after some use.
     for (int i = 0; i < kSteadySets; ++i) {
-        const std::vector<uint8_t> set = parameterBlob(1, {i, 0, kDialogEnhancerAmountId, i % 17});
+        const std::vector<uint8_t> set =
+            parameterBlob(ClientProtocol::kEventParameter, {i, 0, kDialogEnhancerAmountId, i % 17});
         service.service().setTevParam(set.data(), static_cast<uint32_t>(set.size()));
     }
     service.service().waitForEvents();
@@ -197,7 +201,8 @@ int runServiceSet(int argc, char** argv) {
     CALLGRIND_START_INSTRUMENTATION;
     for (long i = 0; i < sets; ++i) {
         const std::vector<uint8_t> set =
-                parameterBlob(1, {static_cast<int32_t>(i), 0, kDialogEnhancerAmountId, static_cast<int32_t>(i % 17)});
+            parameterBlob(ClientProtocol::kEventParameter,
+                          {static_cast<int32_t>(i), 0, kDialogEnhancerAmountId, static_cast<int32_t>(i % 17)});
         service.service().setTevParam(set.data(), static_cast<uint32_t>(set.size()));
     }
     service.service().waitForEvents();

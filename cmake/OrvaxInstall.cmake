@@ -46,6 +46,8 @@ function(orvax_included_headers out)
       continue()
     endif()
     list(APPEND found ${header})
+    # A new include in any of them changes what is installed.
+    set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${header})
     file(STRINGS ${PROJECT_SOURCE_DIR}/${header} includes REGEX "^#include [\"<][^\">]+[\">]")
     foreach(line ${includes})
       string(REGEX REPLACE "^#include [\"<]([^\">]+)[\">].*" "\\1" included "${line}")

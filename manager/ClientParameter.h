@@ -36,8 +36,8 @@ struct ClientParameter {
     int32_t mode;
 
     // Null when no client parameter has this id or name.
-    static const ClientParameter* find(int32_t id);
-    static const ClientParameter* find(std::string_view name);
+    static constexpr const ClientParameter* find(int32_t id);
+    static constexpr const ClientParameter* find(std::string_view name);
 };
 
 // In id order; id 100 is not supported and absent.
@@ -70,7 +70,7 @@ inline constexpr ClientParameter kClientParameters[] = {
      0},
 };
 
-inline const ClientParameter* ClientParameter::find(int32_t id) {
+constexpr const ClientParameter* ClientParameter::find(int32_t id) {
     for (const ClientParameter& parameter : kClientParameters) {
         if (parameter.id == id) {
             return &parameter;
@@ -79,7 +79,7 @@ inline const ClientParameter* ClientParameter::find(int32_t id) {
     return nullptr;
 }
 
-inline const ClientParameter* ClientParameter::find(std::string_view name) {
+constexpr const ClientParameter* ClientParameter::find(std::string_view name) {
     for (const ClientParameter& parameter : kClientParameters) {
         if (name == parameter.name) {
             return &parameter;

@@ -12,20 +12,13 @@
 
 #include "context/AxContext.h"
 #include "manager/AxManager.h"
+#include "service/ClientProtocol.h"
 #include "service/ParameterBlob.h"
 
 namespace android {
 namespace {
 
-// Set events, with the byte offsets of their words.
-constexpr uint32_t kEventOnOff = 0;
-constexpr uint32_t kEventProfileParameter = 1;
-constexpr uint32_t kEventPortParameter = 2;
-constexpr uint32_t kEventSave = 9;
-constexpr uint32_t kEventSelectProfile = 10;
-constexpr uint32_t kEventResetProfile = 12;
-constexpr uint32_t kLastSetEvent = 12;
-constexpr uint32_t kAnswerOffset = 4;
+using orvan::ClientProtocol;
 
 constexpr const char* kBuffer = "buffer";
 constexpr const char* kPort = "port";
@@ -172,7 +165,7 @@ void OrvanManagerService::EventHandler::parseAndSendParam(void* blob, uint32_t l
         ALOGE("%s : Invalid input length!", __func__);
     }
     const uint32_t event = request.event();
-    if (event > kLastSetEvent) {
+    if (event > ClientProtocol::kLastSetEvent) {
         ALOGW("%s : event 0x%x is not a set event, ignored", __func__, event);
         return;
     }
@@ -183,26 +176,29 @@ void OrvanManagerService::EventHandler::parseAndSendParam(void* blob, uint32_t l
     }
 
     bool answers = true;
-    const int32_t answer = request.word(8);
+    const int32_t answer = request.word(ClientProtocol::kSetArgumentOffset);
     switch (event) {
-        case kEventOnOff:
+        case ClientProtocol::kEventOnOff:
             mManager->setAxOn(answer > 0);
             context->saveAxState();
             break;
-        case kEventProfileParameter:
+        case ClientProtocol::kEventParameter:
             answers = false;
-            mManager->setParameter(answer, request.word(12), request.words(16));
+            mManager->setParameter(answer, request.word(ClientProtocol::kSetParameterIdOffset),
+                                   request.words(ClientProtocol::kSetParameterValuesOffset));
             break;
-        case kEventPortParameter:
+        case ClientProtocol::kEventPortParameter:
             answers = false;
-            mManager->setProfilePortParameter(answer, request.word(12), request.word(16), request.words(20));
+            mManager->setProfilePortParameter(answer, request.word(ClientProtocol::kSetPortOffset),
+                                              request.word(ClientProtocol::kSetPortParameterIdOffset),
+                                              request.words(ClientProtocol::kSetPortParameterValuesOffset));
             break;
-        case kEventSave:
+        case ClientProtocol::kEventSave:
             answers = false;
             ALOGD("save settings");
             context->save();
             break;
-        case kEventSelectProfile:
+        case ClientProtocol::kEventSelectProfile:
             ALOGD("set profile %d", answer);
             if (answer >= 0 && answer < context->getNumOfProfiles()) {
                 context->setSelectedProfile(answer);
@@ -211,7 +207,7 @@ void OrvanManagerService::EventHandler::parseAndSendParam(void* blob, uint32_t l
                 }
             }
             break;
-        case kEventResetProfile:
+        case ClientProtocol::kEventResetProfile:
             if (answer >= 0 && answer < context->getNumOfProfiles()) {
                 context->resetProfile(answer);
             }
@@ -220,7 +216,7 @@ void OrvanManagerService::EventHandler::parseAndSendParam(void* blob, uint32_t l
             answers = false;
             break;
     }
-    if (answers && !ParameterBlob::writeWord(blob, request.length(), kAnswerOffset, answer)) {
+    if (answers && !ParameterBlob::writeWord(blob, request.length(), ClientProtocol::kSetAnswerOffset, answer)) {
         ALOGE("%s : Invalid input length, no room for the answer of event %u", __func__, event);
     }
 }

@@ -17,7 +17,9 @@
 #include "context/AxContext.h"
 #include "engine/TevContext.h"
 #include "manager/AxManager.h"
+#include "manager/ClientParameter.h"
 #include "model/Parameter.h"
+#include "service/ClientProtocol.h"
 #include "service/EventHandler.h"
 #include "service/NotificationClient.h"
 #include "service/ParameterBlob.h"
@@ -27,26 +29,14 @@ namespace {
 
 using orvan::Values;
 
-// Query events.
-constexpr uint32_t kQueryOnOff = 0;
-constexpr uint32_t kQueryParameter = 1;
-constexpr uint32_t kQueryPortParameter = 2;
-constexpr uint32_t kQueryProfileCount = 3;
-constexpr uint32_t kQuerySelectedProfile = 10;
-constexpr uint32_t kQueryProfileModified = 11;
-constexpr uint32_t kQueryMonoSpeaker = 13;
+using orvan::ClientProtocol;
 
 // Client parameter ids the service reads itself.
-constexpr int32_t kIeqPresetId = 104;
-constexpr int32_t kDialogEnhancerEnableId = 105;
-constexpr int32_t kDialogEnhancerAmountId = 108;
+constexpr int32_t kIeqPresetId = orvan::ClientParameter::find("ieq_id")->id;
+constexpr int32_t kDialogEnhancerEnableId = orvan::ClientParameter::find("dialog_enhancer_enable")->id;
+constexpr int32_t kDialogEnhancerAmountId = orvan::ClientParameter::find("dialog_enhancer_amount")->id;
 
-constexpr int32_t kGameClientType = 7;
-constexpr int32_t kLastPort = 6;
 constexpr int32_t kMaxVersionPart = 999;
-
-// Told to every client when the set of clients changed: words -1 and 0.
-constexpr uint8_t kRegistrationBlob[8] = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
 
 void writeAnswer(void* out, uint32_t outLength, int32_t value) {
     if (!ParameterBlob::writeWord(out, outLength, 0, value)) {
@@ -112,7 +102,7 @@ bool OrvanManagerService::initialized(const char* caller) const {
 }
 
 bool OrvanManagerService::isValidPort(int32_t port, const char* caller) {
-    if (port < 0 || port > kLastPort) {
+    if (port < 0 || port > ClientProtocol::kLastPort) {
         ALOGE("%s invalid port number, %d", caller, port);
         return false;
     }
@@ -156,31 +146,34 @@ void OrvanManagerService::packAndReceiveParam(const void* in, uint32_t inLength,
     }
     const uint32_t event = request.event();
     switch (event) {
-        case kQueryOnOff:
+        case ClientProtocol::kEventOnOff:
             writeAnswer(out, outLength, mManager->getTevOn() ? 1 : 0);
             break;
-        case kQueryParameter:
-            writeValues(out, outLength, mManager->getParameter(request.word(8), request.word(4)));
-            break;
-        case kQueryPortParameter: {
-            const uint8_t profileAndPort = request.byte(8);
-            writeValues(out, outLength,
-                        mManager->getProfilePortParameter(profileAndPort >> 4, profileAndPort & 0x0f, request.word(4)));
+        case ClientProtocol::kEventParameter: {
+            const int32_t profile = request.word(ClientProtocol::kQueryProfileOffset);
+            writeValues(out, outLength, mManager->getParameter(profile, request.word(ClientProtocol::kQueryIdOffset)));
             break;
         }
-        case kQueryProfileCount:
+        case ClientProtocol::kEventPortParameter: {
+            const uint8_t profileAndPort = request.byte(ClientProtocol::kQueryProfileOffset);
+            const int32_t id = request.word(ClientProtocol::kQueryIdOffset);
+            writeValues(out, outLength,
+                        mManager->getProfilePortParameter(profileAndPort >> 4, profileAndPort & 0x0f, id));
+            break;
+        }
+        case ClientProtocol::kEventProfileCount:
             writeAnswer(out, outLength, mManager->getNumOfProfiles());
             break;
-        case kQuerySelectedProfile:
+        case ClientProtocol::kEventSelectProfile:
             writeAnswer(out, outLength, mManager->getSelectedProfile());
             break;
-        case kQueryProfileModified: {
-            const int32_t profile = request.word(4);
+        case ClientProtocol::kEventProfileModified: {
+            const int32_t profile = request.word(ClientProtocol::kQueryIdOffset);
             const bool valid = profile >= 0 && profile < mManager->getNumOfProfiles();
             writeAnswer(out, outLength, valid && mManager->isProfileModified(profile) ? 1 : 0);
             break;
         }
-        case kQueryMonoSpeaker:
+        case ClientProtocol::kEventMonoSpeaker:
             writeAnswer(out, outLength, mManager->isMonoInternalSpeaker() ? 1 : 0);
             break;
         default:
@@ -191,37 +184,37 @@ void OrvanManagerService::packAndReceiveParam(const void* in, uint32_t inLength,
 
 int64_t OrvanManagerService::getIntParam(uint32_t code) {
     switch (code) {
-        case 'ADEV':
+        case ClientProtocol::kIntActiveDevice:
             return getActiveDevice();
-        case 'APMO':
+        case ClientProtocol::kIntMobilityProfile:
             return isMobilityProfileSelected() ? 1 : 0;
-        case 'CHCT':
+        case ClientProtocol::kIntChannelCount:
             return mChannelCount;
-        case 'TEVO':
+        case ClientProtocol::kIntEngineOn:
             return getTevEnabled() ? 1 : 0;
-        case 'DCCP':
+        case ClientProtocol::kIntCodecClient:
             return hasDecCP() ? 1 : 0;
-        case 'DDSA':
+        case ClientProtocol::kIntSurroundSpeakerAngle:
             return getTuningParamDSA();
-        case 'DHSA':
+        case ClientProtocol::kIntHeightSpeakerAngle:
             return getTuningParamDHSA();
-        case 'DFSA':
+        case ClientProtocol::kIntFrontSpeakerAngle:
             return getTuningParamDFSA();
-        case 'DEAM':
+        case ClientProtocol::kIntDialogEnhancerAmount:
             return getDialogEnhancerAmount();
-        case 'DVLA':
+        case ClientProtocol::kIntVolumeLevelerAmount:
             return getVolumeLevelerAount();
-        case 'DTFV':
+        case ClientProtocol::kIntTuningFileVersion:
             return getDefaultXmlFormatVersion();
-        case 'GDEA':
+        case ClientProtocol::kIntGameClient:
             return mGameClientRegistered;
-        case 'LCTM':
+        case ClientProtocol::kIntLastDeviceQueryTime:
             return mLastActiveDeviceQueryTime;
-        case 'LCTP':
+        case ClientProtocol::kIntLastCodecType:
             return mLastCodecType;
-        case 'SPKM':
+        case ClientProtocol::kIntMonoSpeaker:
             return isMonoInternalSpeaker() ? 1 : 0;
-        case 'SPKP':
+        case ClientProtocol::kIntSpeakerPortrait:
             return isSpeakerPortraitMode() ? 1 : 0;
         default:
             ALOGW("%s(): unknown code 0x%08x", __func__, code);
@@ -230,7 +223,7 @@ int64_t OrvanManagerService::getIntParam(uint32_t code) {
 }
 
 void OrvanManagerService::setIntParam(uint32_t code, int64_t /*value*/) {
-    if (code != 'RLTF') {
+    if (code != ClientProtocol::kIntReloadTuning) {
         ALOGW("%s(): unknown code 0x%08x", __func__, code);
         return;
     }
@@ -500,7 +493,7 @@ void OrvanManagerService::registerClient(const sp<IRnxCallbacks>& callback, int3
     if (isCodecClient(type)) {
         mLastCodecType = type;
         ALOGD("Last registered codec type is %d", type);
-    } else if (type == kGameClientType) {
+    } else if (type == ClientProtocol::kGameClientType) {
         mGameClientRegistered = 1;
         ALOGD("Game TEV registered");
     }
@@ -526,10 +519,10 @@ void OrvanManagerService::unregisterClient(const sp<IRnxCallbacks>& callback, in
         ALOGW("%s(): client 0x%x was not watched", __func__, key);
     }
     mNotificationClients.removeItemsAt(index);
-    if (storedType == kGameClientType) {
+    if (storedType == ClientProtocol::kGameClientType) {
         int64_t gameLeft = 0;
         for (size_t i = 0; i < mNotificationClients.size(); ++i) {
-            if (mNotificationClients.valueAt(i)->getType() == kGameClientType) {
+            if (mNotificationClients.valueAt(i)->getType() == ClientProtocol::kGameClientType) {
                 gameLeft = 1;
             }
         }
@@ -537,7 +530,7 @@ void OrvanManagerService::unregisterClient(const sp<IRnxCallbacks>& callback, in
         ALOGD("Game TEV registered status: %d", static_cast<int>(gameLeft));
     }
     // An application leaving makes the settings persist.
-    if (mInitialized && !isCodecClient(storedType) && storedType != kGameClientType) {
+    if (mInitialized && !isCodecClient(storedType) && storedType != ClientProtocol::kGameClientType) {
         mManager->getAxContext()->save();
     }
     postRegistrationChange();
@@ -545,7 +538,8 @@ void OrvanManagerService::unregisterClient(const sp<IRnxCallbacks>& callback, in
 }
 
 void OrvanManagerService::postRegistrationChange() {
-    mEventHandler->sendMessage(kRegistrationBlob, sizeof(kRegistrationBlob), EventHandler::kRegistrationChanged);
+    mEventHandler->sendMessage(ClientProtocol::kRegistrationChanged, sizeof(ClientProtocol::kRegistrationChanged),
+                               EventHandler::kRegistrationChanged);
 }
 
 void OrvanManagerService::doOnTevParamUpdate(const void* data, uint32_t length) {

@@ -19,6 +19,7 @@
 #include <vendor/orvan/hardware/rnx/2.0/IRnxCallbacks.h>
 
 #include "model/Port.h"
+#include "service/ClientProtocol.h"
 
 namespace orvan {
 class AxManager;
@@ -137,7 +138,10 @@ private:
     static bool isValidPort(int32_t port, const char* caller);
     // False (logged) when the active device plays no port.
     bool activePort(orvan::Port* port) const;
-    static bool isCodecClient(int32_t type) { return type >= 1 && type <= 4; }
+    static bool isCodecClient(int32_t type) {
+        return type >= orvan::ClientProtocol::kFirstCodecClientType &&
+               type <= orvan::ClientProtocol::kLastCodecClientType;
+    }
     void postRegistrationChange();
 
     KeyedVector<uint32_t, sp<NotificationClient>> mNotificationClients;

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "manager/ClientParameter.h"
+#include "service/ClientProtocol.h"
 #include "tests/common/TempRoot.h"
 #include "tests/common/ToolRun.h"
 #include "tools/orvaxd/OrvaxBus.h"
@@ -208,7 +210,8 @@ inline ToolRun dbusSend(const TempRoot& root, const PrivateBus& bus, const std::
 // A set-event 1 blob: dialog enhancer amount of profile 0 to `value`; word 4,
 // which the service does not read for this event, carries `tag`.
 inline std::vector<uint8_t> amountBlob(int32_t tag, int32_t value) {
-    const int32_t words[] = {1 << 24, tag, 0, 108, value};
+    const int32_t words[] = {ClientProtocol::eventWord(ClientProtocol::kEventParameter), tag, 0,
+                             ClientParameter::find("dialog_enhancer_amount")->id, value};
     std::vector<uint8_t> blob;
     for (int32_t word : words) {
         for (int shift = 0; shift < 32; shift += 8) {

@@ -36,7 +36,8 @@ protected:
 
     // Puts the user's settings back after an input that may change them.
     void restore() {
-        for (const Bytes& set : {blob(0, {0, 1}), blob(10, {0, 2}), blob(1, {0, 2, 108, 9}), blob(9, {})}) {
+        for (const Bytes& set :
+             {blob(kOnOff, {0, 1}), blob(kSelectProfile, {0, 2}), blob(kParameter, {0, 2, 108, 9}), blob(kSave, {})}) {
             post(set);
         }
         mService->setSelectedTuningDevice(3, "default_headphone", 17);
@@ -45,9 +46,9 @@ protected:
 
     std::string settings() {
         settle();
-        return "profile " + std::to_string(answer(blob(10, {}))) + ", amount " +
-               std::to_string(answer(blob(1, {108, 2}))) + ", headphone " + mService->getSelectedTuningDevice(3) +
-               ", on " + std::to_string(answer(blob(0, {})));
+        return "profile " + std::to_string(answer(blob(kSelectProfile, {}))) + ", amount " +
+               std::to_string(answer(blob(kParameter, {108, 2}))) + ", headphone " +
+               mService->getSelectedTuningDevice(3) + ", on " + std::to_string(answer(blob(kOnOff, {})));
     }
 
     // The settings after a set blob, which are then restored. The blob is an
@@ -129,8 +130,8 @@ TEST_F(HostileInputTest, EverySurfaceAnswersAndNothingStoredIsLost) {
     // Blobs of every length, cut from a valid set and a valid query. Missing
     // bytes read as 0: up to 3 bytes are event 0 with "off", and the query's
     // words are the event, the id and the profile.
-    const Bytes setAmount = blob(1, {0, 2, 108, 5});
-    const Bytes askAmount = blob(1, {108, 2});
+    const Bytes setAmount = blob(kParameter, {0, 2, 108, 5});
+    const Bytes askAmount = blob(kParameter, {108, 2});
     for (size_t length = 0; length <= 16; ++length) {
         const std::string bytes = std::to_string(length) + " bytes of a ";
         add("setTevParam", bytes + "profile parameter set", [=] { return set(prefix(setAmount, length)); },
@@ -139,7 +140,7 @@ TEST_F(HostileInputTest, EverySurfaceAnswersAndNothingStoredIsLost) {
         add("getTevParam", bytes + "parameter query", [=] { return get(prefix(askAmount, length)); },
             std::string("0; ") + word + "abababab");
     }
-    Bytes huge = blob(1, {0, 2, 108});
+    Bytes huge = blob(kParameter, {0, 2, 108});
     huge.resize(1 << 20, 7);
     // Only the first value counts, and it is kept in the range 0 to 16.
     add("setTevParam", "1 MiB set: 262,141 values of 0x07070707 for a one-value parameter", [=] { return set(huge); },
@@ -147,8 +148,9 @@ TEST_F(HostileInputTest, EverySurfaceAnswersAndNothingStoredIsLost) {
     Bytes hugeQuery = prefix(askAmount, 12);
     hugeQuery.resize(1 << 20, 0);
     add("getTevParam", "1 MiB query", [=] { return get(hugeQuery); }, "0; 09000000abababab");
-    add("getTevParam", "one-word answer into 3 bytes", [=] { return get(blob(10, {}), 3); }, "0; ababab");
-    add("getTevParam", "three-value answer into 8 bytes", [=] { return get(blob(2, {110, 2 << 4})); }, none);
+    add("getTevParam", "one-word answer into 3 bytes", [=] { return get(blob(kSelectProfile, {}), 3); }, "0; ababab");
+    add("getTevParam", "three-value answer into 8 bytes", [=] { return get(blob(kPortParameter, {110, 2 << 4})); },
+        none);
     // The event in byte 0 instead of byte 3 is event 256.
     add("setTevParam", "rotated event 01 00 00 00 (select profile 0)",
         [=] { return set({1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}); }, kept);
@@ -157,29 +159,33 @@ TEST_F(HostileInputTest, EverySurfaceAnswersAndNothingStoredIsLost) {
     // Values out of their range.
     for (int32_t profile : {-1, 5, INT_MAX, INT_MIN}) {
         const std::string p = "profile " + std::to_string(profile);
-        add("setTevParam", "select " + p, [=] { return set(blob(10, {0, profile})); }, kept);
-        add("setTevParam", "parameter of " + p, [=] { return set(blob(1, {0, profile, 108, 3})); }, kept);
-        add("setTevParam", "reset " + p, [=] { return set(blob(12, {0, profile})); }, kept);
-        add("getTevParam", "parameter of " + p, [=] { return get(blob(1, {108, profile})); }, none);
-        add("getTevParam", "modified flag of " + p, [=] { return get(blob(11, {profile})); }, "0; 00000000abababab");
+        add("setTevParam", "select " + p, [=] { return set(blob(kSelectProfile, {0, profile})); }, kept);
+        add("setTevParam", "parameter of " + p, [=] { return set(blob(kParameter, {0, profile, 108, 3})); }, kept);
+        add("setTevParam", "reset " + p, [=] { return set(blob(kResetProfile, {0, profile})); }, kept);
+        add("getTevParam", "parameter of " + p, [=] { return get(blob(kParameter, {108, profile})); }, none);
+        add("getTevParam", "modified flag of " + p, [=] { return get(blob(kProfileModified, {profile})); },
+            "0; 00000000abababab");
         add("getProfileName", p, [=] { return mService->getProfileName(profile); }, "");
     }
     for (int32_t id : {0, 99, 100, 117, INT_MIN}) {
-        add("setTevParam", "parameter id " + std::to_string(id), [=] { return set(blob(1, {0, 2, id, 3})); }, kept);
-        add("getTevParam", "parameter id " + std::to_string(id), [=] { return get(blob(1, {id, 2})); }, none);
+        add("setTevParam", "parameter id " + std::to_string(id), [=] { return set(blob(kParameter, {0, 2, id, 3})); },
+            kept);
+        add("getTevParam", "parameter id " + std::to_string(id), [=] { return get(blob(kParameter, {id, 2})); }, none);
     }
-    add("setTevParam", "amount 1000 (range 0 to 16)", [=] { return set(blob(1, {0, 2, 108, 1000})); }, withAmount(16));
-    add("setTevParam", "amount -5", [=] { return set(blob(1, {0, 2, 108, -5})); }, withAmount(0));
-    add("setTevParam", "amount given twice", [=] { return set(blob(1, {0, 2, 108, 3, 4})); }, withAmount(3));
+    add("setTevParam", "amount 1000 (range 0 to 16)", [=] { return set(blob(kParameter, {0, 2, 108, 1000})); },
+        withAmount(16));
+    add("setTevParam", "amount -5", [=] { return set(blob(kParameter, {0, 2, 108, -5})); }, withAmount(0));
+    add("setTevParam", "amount given twice", [=] { return set(blob(kParameter, {0, 2, 108, 3, 4})); }, withAmount(3));
     for (int32_t port : {-1, 6, 7, 15, INT_MAX}) {
         const std::string p = "port " + std::to_string(port);
-        add("setTevParam", "port parameter on " + p, [=] { return set(blob(2, {0, 2, port, 108, 3})); }, kept);
+        add("setTevParam", "port parameter on " + p, [=] { return set(blob(kPortParameter, {0, 2, port, 108, 3})); },
+            kept);
         add("getAvailableTuningDevicesLen", p,
             [=] { return std::to_string(mService->getAvailableTuningDevicesLen(port)); }, "0");
         add("getSelectedTuningDevice", p, [=] { return mService->getSelectedTuningDevice(port); }, "");
         add("setSelectedTuningDevice", p, [=] { return selectDevice(port, "default_usb", 11); }, kKept);
     }
-    add("getTevParam", "port nibble 15", [=] { return get(blob(2, {108, 2 << 4 | 15})); }, none);
+    add("getTevParam", "port nibble 15", [=] { return get(blob(kPortParameter, {108, 2 << 4 | 15})); }, none);
     for (int32_t device : {0, -1, 3, 0x40000000}) {
         add("setActiveDevice", std::to_string(device), [=] {
             return std::to_string(mService->setActiveDevice(device)) + "; " +

@@ -86,7 +86,7 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     for (int p = 0; p < kPosters; ++p) {
         threads.emplace_back([&, p] {
             for (int n = 0; n < kSetsEach; ++n) {
-                const Bytes set = blob(1, {p << 24 | n, targetOf(p).profile, targetOf(p).id, valueOf(p, n)});
+                const Bytes set = blob(kParameter, {p << 24 | n, targetOf(p).profile, targetOf(p).id, valueOf(p, n)});
                 ASSERT_EQ(0, service.setTevParam(set.data(), static_cast<uint32_t>(set.size())));
             }
             --running;
@@ -96,7 +96,7 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         threads.emplace_back([&, q] {
             uint8_t out[64];
             while (running > 0) {
-                const Bytes ask = q % 2 ? blob(1, {108, q}) : blob(2, {108, q << 4 | 3});
+                const Bytes ask = q % 2 ? blob(kParameter, {108, q}) : blob(kPortParameter, {108, q << 4 | 3});
                 EXPECT_EQ(0, service.getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), out, sizeof out));
                 service.getSelectedTuningDevice(q);
                 service.dump(devNull, {});
@@ -149,7 +149,7 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     // The context, the engine store and the database hold every pair's last value.
     for (int p = 0; p < kPosters; ++p) {
         uint8_t out[4] = {};
-        const Bytes ask = blob(1, {targetOf(p).id, targetOf(p).profile});
+        const Bytes ask = blob(kParameter, {targetOf(p).id, targetOf(p).profile});
         service.getTevParam(ask.data(), static_cast<uint32_t>(ask.size()), out, sizeof out);
         EXPECT_EQ(valueOf(p, kSetsEach - 1), wordsOf(Bytes(out, out + 4))[0]) << "poster " << p;
     }
@@ -158,7 +158,8 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     restart();
     mService->registerClient(new BpHwRnxCallbacks(new CountingClient()), 0, 101);
     settle();
-    EXPECT_TRUE(engine == snapshotStore()) << "the engine store differs from what a fresh start of the saved settings sends";
+    EXPECT_TRUE(engine == snapshotStore())
+        << "the engine store differs from what a fresh start of the saved settings sends";
     for (int p = 0; p < kPosters; ++p) {
         const std::string rows = std::string("SELECT group_concat(") + targetOf(p).column +
                                  ") FROM profile_endpoints WHERE custom_name='custom' AND profile_id='" +

@@ -15,7 +15,7 @@ TEST_F(ServiceClientsTest, EveryClientHearsEveryChangeOnceWithItsBytes) {
     const Client first = connect(0, 1000);
     settle();
     const Client second = connect(0, 1001);
-    post(blob(10, {0, 3}));
+    post(blob(kSelectProfile, {0, 3}));
     mService->setSelectedTuningDevice(3, "headset_wired", 13);
     mService->setIntParam('RLTF', 0);
     settle();
@@ -28,10 +28,11 @@ TEST_F(ServiceClientsTest, EveryClientHearsEveryChangeOnceWithItsBytes) {
 
     const Bytes device(std::begin("headset_wired"), std::end("headset_wired") - 1);
     const Bytes refused(std::begin("no_such_device"), std::end("no_such_device") - 1);
-    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, kRegistrationChanged, blob(10, {3, 3}), device, {},
+    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, kRegistrationChanged, blob(kSelectProfile, {3, 3}), device, {},
                                   kRegistrationChanged, refused}),
               first.recorder->received());
-    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, blob(10, {3, 3}), device, {}}), second.recorder->received());
+    EXPECT_EQ((std::vector<Bytes>{kRegistrationChanged, blob(kSelectProfile, {3, 3}), device, {}}),
+              second.recorder->received());
     EXPECT_EQ("headset_wired", mService->getSelectedTuningDevice(3));
 
     const std::string names = "default_internal_speaker mono_speaker oem_flip_cover_speaker ";

@@ -16,7 +16,7 @@ using ServiceParametersTest = ServiceTest;
 
 TEST_F(ServiceParametersTest, BeforeInitialisationEverythingAnswersNeutrally) {
     mService->registerClient(nullptr, 0, 1000);  // a null client starts nothing
-    const Bytes request = blob(3, {});
+    const Bytes request = blob(kProfileCount, {});
     Bytes out(4, 0xab);
     EXPECT_EQ(-19, mService->setTevParam(request.data(), request.size()));
     EXPECT_EQ(-19, mService->getTevParam(request.data(), request.size(), out.data(), out.size()));
@@ -66,30 +66,35 @@ TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndTheEngineAndAnswerInW
     // The dialog enhancer amount of the selected profile on the speaker and the
     // headphone: as the settings answer it, and as the engine store holds it.
     auto amounts = [&] {
-        const int32_t profile = answer(blob(10, {}));
-        return std::vector<Values>{{answer(blob(2, {108, profile << 4 | 0}))},
-                                   {answer(blob(2, {108, profile << 4 | 3}))}};
+        const int32_t profile = answer(blob(kSelectProfile, {}));
+        return std::vector<Values>{{answer(blob(kPortParameter, {108, profile << 4 | 0}))},
+                                   {answer(blob(kPortParameter, {108, profile << 4 | 3}))}};
     };
     auto engineAmounts = [] {
         return std::vector<Values>{storedValues(DEVICE_SPEAKER, DEA), storedValues(DEVICE_WIRED_HEADPHONE, DEA)};
     };
     using Check = std::pair<Bytes, int32_t>;  // a query and its answer
-    const Check off = {blob(0, {}), 0}, on = {blob(0, {}), 1}, selected = {blob(10, {}), 2};
+    const Check off = {blob(kOnOff, {}), 0}, on = {blob(kOnOff, {}), 1}, selected = {blob(kSelectProfile, {}), 2};
     const struct {
         const char* what;
         Bytes request, echoed;  // echoed: what every client is sent
         std::vector<Check> checks;
     } cases[] = {
-            {"engine off", blob(0, {7, 0}), blob(0, {0, 0}), {off}},
-            {"engine on", blob(0, {0, 1}), blob(0, {1, 1}), {on}},
-            {"profile parameter", blob(1, {0, 0, 108, 7}), blob(1, {0, 0, 108, 7}), {{blob(1, {108, 0}), 7}}},
-            {"port parameter", blob(2, {0, 0, 3, 108, 9}), blob(2, {0, 0, 3, 108, 9}),
-             {{blob(2, {108, 0x03}), 9}, {blob(2, {108, 0x00}), 7}}},
-            {"save", blob(9, {}), blob(9, {}), {{blob(11, {0}), 1}}},
-            {"reset profile", blob(12, {5, 0}), blob(12, {0, 0}), {{blob(11, {0}), 0}}},
-            {"select profile", blob(10, {0, 2}), blob(10, {2, 2}), {selected}},
-            {"unknown profile", blob(10, {0, 5}), blob(10, {5, 5}), {selected}},
-            {"event 11 sets nothing", blob(11, {0, 0}), blob(11, {0, 0}), {selected}},
+        {"engine off", blob(kOnOff, {7, 0}), blob(kOnOff, {0, 0}), {off}},
+        {"engine on", blob(kOnOff, {0, 1}), blob(kOnOff, {1, 1}), {on}},
+        {"profile parameter",
+         blob(kParameter, {0, 0, 108, 7}),
+         blob(kParameter, {0, 0, 108, 7}),
+         {{blob(kParameter, {108, 0}), 7}}},
+        {"port parameter",
+         blob(kPortParameter, {0, 0, 3, 108, 9}),
+         blob(kPortParameter, {0, 0, 3, 108, 9}),
+         {{blob(kPortParameter, {108, 0x03}), 9}, {blob(kPortParameter, {108, 0x00}), 7}}},
+        {"save", blob(kSave, {}), blob(kSave, {}), {{blob(kProfileModified, {0}), 1}}},
+        {"reset profile", blob(kResetProfile, {5, 0}), blob(kResetProfile, {0, 0}), {{blob(kProfileModified, {0}), 0}}},
+        {"select profile", blob(kSelectProfile, {0, 2}), blob(kSelectProfile, {2, 2}), {selected}},
+        {"unknown profile", blob(kSelectProfile, {0, 5}), blob(kSelectProfile, {5, 5}), {selected}},
+        {"event 11 sets nothing", blob(kProfileModified, {0, 0}), blob(kProfileModified, {0, 0}), {selected}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -103,7 +108,7 @@ TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndTheEngineAndAnswerInW
         }
         EXPECT_EQ(amounts(), engineAmounts());
     }
-    post(blob(1, {0, 2, 108, 3}));
+    post(blob(kParameter, {0, 2, 108, 3}));
     settle();
     android::TevParamCache speaker;
     ASSERT_EQ(android::OK, mService->getStoredParams(2, &speaker));
@@ -113,14 +118,14 @@ TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndTheEngineAndAnswerInW
 // Cut requests, small buffers and unknown ids are in the hostile input catalogue.
 TEST_F(ServiceParametersTest, QueriesAnswerWholeListsAndNothingForEventsWithoutAnAnswer) {
     connect(0, 1000);
-    EXPECT_EQ(5, answer(blob(3, {})));  // the profile count
+    EXPECT_EQ(5, answer(blob(kProfileCount, {})));  // the profile count
     for (const Bytes& nothing : {blob(4, {}), blob(14, {})}) {
         EXPECT_EQ(Bytes(16, 0xab), query(nothing));
     }
-    post(blob(1, {0, 0, 110, -9, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
+    post(blob(kParameter, {0, 0, 110, -9, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}));
     settle();
     EXPECT_EQ((std::vector<int32_t>{-9, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19}),
-              wordsOf(query(blob(1, {110, 0}), 80)));
+              wordsOf(query(blob(kParameter, {110, 0}), 80)));
 }
 
 TEST_F(ServiceParametersTest, IntegerParametersFollowTheActiveDeviceAndItsTuning) {
@@ -145,12 +150,12 @@ TEST_F(ServiceParametersTest, IntegerParametersFollowTheActiveDeviceAndItsTuning
     EXPECT_LT(0, mService->getIntParam('LCTM'));
 
     // The dialog enhancer of the active port (hdmi): its amount, or 0 when it is off.
-    for (const Bytes& set : {blob(2, {0, 0, 1, 108, 11}), blob(2, {0, 0, 1, 105, 1})}) {
+    for (const Bytes& set : {blob(kPortParameter, {0, 0, 1, 108, 11}), blob(kPortParameter, {0, 0, 1, 105, 1})}) {
         post(set);
     }
     settle();
     EXPECT_EQ(11, mService->getIntParam('DEAM'));
-    post(blob(2, {0, 0, 1, 105, 0}));
+    post(blob(kPortParameter, {0, 0, 1, 105, 0}));
     settle();
     EXPECT_EQ(0, mService->getIntParam('DEAM'));
 }

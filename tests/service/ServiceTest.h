@@ -10,6 +10,7 @@
 
 #include <vendor/orvan/hardware/rnx/2.0/BpHwRnxCallbacks.h>
 
+#include "service/ClientProtocol.h"
 #include "service/OrvanManagerService.h"
 #include "tests/context/ContextTestSupport.h"
 
@@ -44,6 +45,16 @@ private:
     std::vector<Bytes> mReceived;
 };
 
+// The events, by shorter names for the tables of requests.
+constexpr uint32_t kOnOff = ClientProtocol::kEventOnOff;
+constexpr uint32_t kParameter = ClientProtocol::kEventParameter;
+constexpr uint32_t kPortParameter = ClientProtocol::kEventPortParameter;
+constexpr uint32_t kProfileCount = ClientProtocol::kEventProfileCount;
+constexpr uint32_t kSave = ClientProtocol::kEventSave;
+constexpr uint32_t kSelectProfile = ClientProtocol::kEventSelectProfile;
+constexpr uint32_t kProfileModified = ClientProtocol::kEventProfileModified;
+constexpr uint32_t kResetProfile = ClientProtocol::kEventResetProfile;
+
 // A parameter blob: the event in byte 3, then `words` from byte 4 on.
 inline Bytes blob(uint8_t event, std::initializer_list<int32_t> words) {
     Bytes bytes = {0, 0, 0, event};
@@ -64,7 +75,8 @@ inline std::vector<int32_t> wordsOf(const Bytes& bytes) {
     return words;
 }
 
-inline const Bytes kRegistrationChanged = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
+inline const Bytes kRegistrationChanged(std::begin(ClientProtocol::kRegistrationChanged),
+                                        std::end(ClientProtocol::kRegistrationChanged));
 
 // The bundled default tuning file on a fresh device, and the service over it.
 class ServiceTest : public StartUpTest {

@@ -15,6 +15,7 @@
 
 #include "manager/ClientParameter.h"
 #include "model/Port.h"
+#include "service/ClientProtocol.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/Json.h"
@@ -31,15 +32,8 @@ constexpr const char* kInProcessOnly[] = {"profiles", "select", "reset", "on", "
                                           "plot"};
 
 // Notifications that are not parameter blobs: the set of clients changed.
-constexpr uint8_t kRegistrationBlob[8] = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
 
 // Set events the watch names.
-constexpr uint8_t kEventOnOff = 0;
-constexpr uint8_t kEventParameter = 1;
-constexpr uint8_t kEventPortParameter = 2;
-constexpr uint8_t kEventSave = 9;
-constexpr uint8_t kEventSelectProfile = 10;
-constexpr uint8_t kEventResetProfile = 12;
 constexpr int32_t kDefaultWatchType = 0;
 constexpr int kWatchPollMs = 200;
 
@@ -118,11 +112,11 @@ void addParameter(Notice* notice, int32_t id, const std::vector<int32_t>& values
 Notice decode(const std::vector<uint8_t>& blob) {
     Notice notice;
     const bool setEvent = blob.size() >= 4 && blob[0] == 0 && blob[1] == 0 && blob[2] == 0 &&
-                          blob[3] <= bus::kLastSetEvent;
+                          blob[3] <= ClientProtocol::kLastSetEvent;
     if (blob.empty()) {
         notice.add("kind", jsonString("reload"));
-    } else if (blob.size() == sizeof kRegistrationBlob &&
-               std::equal(blob.begin(), blob.end(), std::begin(kRegistrationBlob))) {
+    } else if (blob.size() == sizeof ClientProtocol::kRegistrationChanged &&
+               std::equal(blob.begin(), blob.end(), std::begin(ClientProtocol::kRegistrationChanged))) {
         notice.add("kind", jsonString("clients"));
     } else if (!setEvent) {
         // A tuning device selection tells the device's name as it is.
@@ -130,20 +124,20 @@ Notice decode(const std::vector<uint8_t>& blob) {
         notice.add("name", jsonString(std::string(blob.begin(), blob.end())));
     } else {
         const uint8_t event = blob[3];
-        notice.add("kind", jsonString(event == kEventSave ? "save" : "set"));
+        notice.add("kind", jsonString(event == ClientProtocol::kEventSave ? "save" : "set"));
         notice.add("event", event);
-        if (event == kEventOnOff) {
+        if (event == ClientProtocol::kEventOnOff) {
             notice.add("on", wordAt(blob, 8) > 0 ? "true" : "false");
-        } else if (event == kEventParameter) {
+        } else if (event == ClientProtocol::kEventParameter) {
             notice.add("profile", wordAt(blob, 8));
             addParameter(&notice, wordAt(blob, 12), wordsFrom(blob, 16));
-        } else if (event == kEventPortParameter) {
+        } else if (event == ClientProtocol::kEventPortParameter) {
             notice.add("profile", wordAt(blob, 8));
             const int32_t port = wordAt(blob, 12);
             notice.add("port", port >= 0 && port < static_cast<int32_t>(kPortCount) ? jsonString(kPortNames[port])
                                                                                     : std::to_string(port));
             addParameter(&notice, wordAt(blob, 16), wordsFrom(blob, 20));
-        } else if (event == kEventSelectProfile || event == kEventResetProfile) {
+        } else if (event == ClientProtocol::kEventSelectProfile || event == ClientProtocol::kEventResetProfile) {
             notice.add("profile", wordAt(blob, 8));
         }
     }

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "manager/ClientParameter.h"
+#include "service/ClientProtocol.h"
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"
 #include "tools/orvaxctl/Commands.h"
@@ -24,8 +26,7 @@ namespace orvan::tool {
 namespace {
 
 // The demo changes the dialog enhancer amount of the selected profile.
-constexpr int32_t kEventParameter = 1;
-constexpr int32_t kDialogEnhancerAmount = 108;
+constexpr int32_t kDialogEnhancerAmount = ClientParameter::find("dialog_enhancer_amount")->id;
 constexpr int32_t kDialogEnhancerMaximum = 16;
 constexpr int32_t kSpeakerDevice = 2;
 
@@ -101,7 +102,7 @@ int firstRun(int32_t* profile) {
     }
 
     *profile = session.selectedProfile();
-    const std::vector<int32_t> before = session.query({ServiceSession::event(kEventParameter),
+    const std::vector<int32_t> before = session.query({ClientProtocol::eventWord(ClientProtocol::kEventParameter),
                                                        kDialogEnhancerAmount, *profile});
     const int32_t oldAmount = before.empty() ? 0 : before[0];
     const int32_t newAmount = oldAmount + 4 <= kDialogEnhancerMaximum ? oldAmount + 4 : oldAmount - 4;
@@ -112,8 +113,8 @@ int firstRun(int32_t* profile) {
         engineBefore[row.device + " " + row.code] = joinValues(row.values);
     }
     // Event 1 in byte 3; word 8 the profile, word 12 the parameter id, then the values.
-    const std::vector<int32_t> words = {ServiceSession::event(kEventParameter), 0, *profile, kDialogEnhancerAmount,
-                                        newAmount};
+    const std::vector<int32_t> words = {ClientProtocol::eventWord(ClientProtocol::kEventParameter), 0, *profile,
+                                        kDialogEnhancerAmount, newAmount};
     const std::vector<uint8_t> blob = ServiceSession::toBytes(words);
     std::printf("blob sent:             %s\n", toHex(blob.data(), blob.size()).c_str());
     if (!session.sendBytes(blob)) {

@@ -11,6 +11,7 @@
 #include "manager/ClientParameter.h"
 #include "model/Parameter.h"
 #include "model/Port.h"
+#include "service/ClientProtocol.h"
 #include "tools/orvaxctl/Commands.h"
 #include "tools/orvaxctl/CurvePlot.h"
 #include "tools/orvaxctl/ServiceOutput.h"
@@ -21,8 +22,6 @@ namespace {
 
 // Query events of the parameter blob: a client parameter of a profile, and
 // of the endpoint that plays a port.
-constexpr int32_t kEventParameter = 1;
-constexpr int32_t kEventPortParameter = 2;
 
 // Engine values are in steps of 1/16 dB: a client's GEQ range of -576..576
 // is -36..+36 dB.
@@ -80,12 +79,13 @@ const ClientParameter& clientParameter(const char* name) {
 }
 
 std::vector<int32_t> profileValue(ServiceSession& session, const char* name, int32_t profile) {
-    return session.query({ServiceSession::event(kEventParameter), clientParameter(name).id, profile});
+    return session.query(
+        {ClientProtocol::eventWord(ClientProtocol::kEventParameter), clientParameter(name).id, profile});
 }
 
 // The profile goes in the high nibble of byte 8, the port in the low one.
 std::vector<int32_t> portValue(ServiceSession& session, const char* name, int32_t profile, int32_t port) {
-    return session.query({ServiceSession::event(kEventPortParameter), clientParameter(name).id,
+    return session.query({ClientProtocol::eventWord(ClientProtocol::kEventPortParameter), clientParameter(name).id,
                           (profile & 0xf) << 4 | (port & 0xf)});
 }
 
@@ -134,7 +134,8 @@ int plot(ServiceSession& session, PlotRequest request) {
     }
     const std::vector<int32_t> gains = profileValue(session, "geq_gain", request.profile);
     if (gains.size() != geqHertz.size()) {
-        return fail(kExitRefused, "plot: profile %d has %zu GEQ gains for the engine's %zu bands (see 'orvaxctl check')",
+        return fail(kExitRefused,
+                    "plot: profile %d has %zu GEQ gains for the engine's %zu bands (see 'orvaxctl check')",
                     request.profile, gains.size(), geqHertz.size());
     }
     CurvePlot::Curve geq{"", geqHertz, {}, kGeqColor, false};

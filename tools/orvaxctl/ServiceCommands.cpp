@@ -18,6 +18,7 @@
 #include "manager/ClientParameter.h"
 #include "model/Profile.h"
 #include "model/Port.h"
+#include "service/ClientProtocol.h"
 #include "storage/AxContextManager.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxctl/Commands.h"
@@ -28,67 +29,21 @@
 namespace orvan::tool {
 namespace {
 
-// Set and query events of the parameter blob.
-constexpr int32_t kEventOnOff = 0;
-constexpr int32_t kEventParameter = 1;
-constexpr int32_t kEventPortParameter = 2;
-constexpr int32_t kEventSelectProfile = 10;
-constexpr int32_t kEventProfileModified = 11;
-constexpr int32_t kEventResetProfile = 12;
-
-// The integer parameter codes the service answers (getIntParam), and the one
-// it acts on (setIntParam): int --list prints this table, and int sets only
-// the codes it marks settable.
-struct IntParameter {
-    const char* code;
-    const char* returns;
-    bool settable;
-};
-
-constexpr IntParameter kIntParameters[] = {
-    {"ADEV", "the active output device, as an engine device key", false},
-    {"APMO", "1 when the selected profile is a mobility profile, else 0", false},
-    {"CHCT", "the channel count the hosting server set", false},
-    {"TEVO", "1 when the engine is on, else 0", false},
-    {"DCCP", "1 while a codec client (type 1 to 4) is registered, else 0", false},
-    {"DDSA", "the virtualizer surround speaker angle of the active port's tuning; -1 without one", false},
-    {"DHSA", "the virtualizer height speaker angle of the active port's tuning; -1 without one", false},
-    {"DFSA", "the virtualizer front speaker angle of the active port's tuning; -1 without one", false},
-    {"DEAM", "the dialog enhancer amount on the active port, 0 when the enhancer is off; -1 when unknown",
-     false},
-    {"DVLA", "the volume leveler amount on the active port", false},
-    {"DTFV", "the default tuning file's format version, major * 1000000 + minor * 1000 + maintenance", false},
-    {"GDEA", "1 once a game client (type 7) has registered, else 0", false},
-    {"LCTM", "the uptime in milliseconds of the last ADEV query", false},
-    {"LCTP", "the type of the last codec client that registered; -1 before any", false},
-    {"SPKM", "1 when the internal speaker is a mono speaker, else 0", false},
-    {"SPKP", "1 when the internal speaker's selected tuning has orientation 0 (portrait), else 0", false},
-    {"RLTF", "-1 (setting it, to any value, reloads the OEM extra tuning file)", true},
-};
-
-const IntParameter* findIntParameter(const std::string& code) {
-    for (const IntParameter& parameter : kIntParameters) {
-        if (code == parameter.code) {
-            return &parameter;
-        }
-    }
-    return nullptr;
-}
-
 int listIntParameters(bool json) {
     if (!json) {
         std::printf("%-4s  %-8s  %s\n", "code", "settable", "returns");
     }
     std::vector<std::string> items;
-    for (const IntParameter& parameter : kIntParameters) {
+    for (const ClientProtocol::IntParameter& parameter : ClientProtocol::kIntParameters) {
+        const std::string code = fourCcText(parameter.code);
         if (json) {
             items.push_back(JsonObject()
-                                    .addString("code", parameter.code)
+                                    .addString("code", code)
                                     .addString("returns", parameter.returns)
                                     .addBool("settable", parameter.settable)
                                     .str());
         } else {
-            std::printf("%-4s  %-8s  %s\n", parameter.code, parameter.settable ? "yes" : "no", parameter.returns);
+            std::printf("%-4s  %-8s  %s\n", code.c_str(), parameter.settable ? "yes" : "no", parameter.returns);
         }
     }
     if (json) {
@@ -97,7 +52,6 @@ int listIntParameters(bool json) {
     return kExitOk;
 }
 
-constexpr uint32_t kReloadCode = 'RLTF';
 constexpr int32_t kDefaultBlobOutput = 256;
 constexpr int32_t kMaxBlobOutput = 1 << 20;
 
@@ -234,10 +188,10 @@ bool parseAddress(const CommandLine& args, const char* command, ParameterAddress
 
 std::vector<int32_t> getParameter(ServiceSession& session, const ParameterAddress& address) {
     if (address.port < 0) {
-        return session.query({ServiceSession::event(kEventParameter), address.id, address.profile});
+        return session.query({ClientProtocol::eventWord(ClientProtocol::kEventParameter), address.id, address.profile});
     }
     // The profile goes in the high nibble of byte 8, the port in the low one.
-    return session.query({ServiceSession::event(kEventPortParameter), address.id,
+    return session.query({ClientProtocol::eventWord(ClientProtocol::kEventPortParameter), address.id,
                           (address.profile & 0xf) << 4 | (address.port & 0xf)});
 }
 
@@ -271,20 +225,9 @@ std::vector<std::string> availableDevices(ServiceSession& session, int32_t port)
     return names;
 }
 
-bool packCode(const std::string& text, uint32_t* code) {
-    if (text.size() != 4) {
-        return false;
-    }
-    *code = 0;
-    for (char c : text) {
-        *code = *code << 8 | static_cast<uint8_t>(c);
-    }
-    return true;
-}
-
 int reload(ServiceSession& session) {
     session.client().take();
-    session.service().setIntParam(kReloadCode, 0);
+    session.service().setIntParam(ClientProtocol::kIntReloadTuning, 0);
     session.waitForEvents();
     // Clients are told, with an empty blob, only when the reload worked.
     for (const std::vector<uint8_t>& notice : session.client().take()) {
@@ -309,7 +252,7 @@ std::string engineCode(int32_t id) {
 
 int switchEngine(bool on) {
     return withSession([on](ServiceSession& session) {
-        session.send({ServiceSession::event(kEventOnOff), 0, on ? 1 : 0});
+        session.send({ClientProtocol::eventWord(ClientProtocol::kEventOnOff), 0, on ? 1 : 0});
         if (session.service().getTevEnabled() != on) {
             return fail(kExitRefused, "the engine did not turn %s", on ? "on" : "off");
         }
@@ -354,7 +297,8 @@ void printProfiles(ServiceSession& session, bool json) {
     }
     std::vector<std::string> items;
     for (int32_t id = 0; id < count; ++id) {
-        const bool modified = session.queryWord({ServiceSession::event(kEventProfileModified), id}, 0) != 0;
+        const bool modified =
+            session.queryWord({ClientProtocol::eventWord(ClientProtocol::kEventProfileModified), id}, 0) != 0;
         const Profile* profile =
                 context != nullptr && id < context->getNumOfProfiles() ? context->getProfile(id) : nullptr;
         const bool mobility = profile != nullptr && profile->isMobility();
@@ -473,7 +417,7 @@ int runSelect(const CommandLine& args) {
         if (!validProfile(session, profile, "select")) {
             return kExitUsage;
         }
-        session.send({ServiceSession::event(kEventSelectProfile), 0, profile});
+        session.send({ClientProtocol::eventWord(ClientProtocol::kEventSelectProfile), 0, profile});
         if (session.selectedProfile() != profile) {
             return fail(kExitRefused, "the service did not select profile %d", profile);
         }
@@ -491,8 +435,8 @@ int runReset(const CommandLine& args) {
         if (!validProfile(session, profile, "reset")) {
             return kExitUsage;
         }
-        session.send({ServiceSession::event(kEventResetProfile), 0, profile});
-        if (session.queryWord({ServiceSession::event(kEventProfileModified), profile}, 1) != 0) {
+        session.send({ClientProtocol::eventWord(ClientProtocol::kEventResetProfile), 0, profile});
+        if (session.queryWord({ClientProtocol::eventWord(ClientProtocol::kEventProfileModified), profile}, 1) != 0) {
             return fail(kExitRefused, "the service did not reset profile %d", profile);
         }
         std::printf("reset profile %d %s\n", profile, session.service().getProfileName(profile).c_str());
@@ -576,9 +520,10 @@ int runSet(const CommandLine& args) {
         }
         std::vector<int32_t> blob;
         if (address.port < 0) {
-            blob = {ServiceSession::event(kEventParameter), 0, address.profile, address.id};
+            blob = {ClientProtocol::eventWord(ClientProtocol::kEventParameter), 0, address.profile, address.id};
         } else {
-            blob = {ServiceSession::event(kEventPortParameter), 0, address.profile, address.port, address.id};
+            blob = {ClientProtocol::eventWord(ClientProtocol::kEventPortParameter), 0, address.profile, address.port,
+                    address.id};
         }
         blob.insert(blob.end(), values.begin(), values.end());
         if (!session.send(blob)) {
@@ -637,8 +582,8 @@ int runInt(const CommandLine& args) {
     }
     const std::string& text = args.positionals()[0];
     const size_t equals = text.find('=');
-    uint32_t code = 0;
-    if (!packCode(text.substr(0, equals), &code)) {
+    const uint32_t code = fourCc(text.substr(0, equals));
+    if (code == 0) {
         return fail(kExitUsage, "int: '%s' is not a four-character code", text.substr(0, equals).c_str());
     }
     if (equals == std::string::npos) {
@@ -651,9 +596,9 @@ int runInt(const CommandLine& args) {
     if (!parseInt32(text.substr(equals + 1), &value)) {
         return fail(kExitUsage, "int: '%s' is not a number", text.substr(equals + 1).c_str());
     }
-    const IntParameter* parameter = findIntParameter(text.substr(0, equals));
+    const ClientProtocol::IntParameter* parameter = ClientProtocol::findIntParameter(code);
     if (parameter == nullptr || !parameter->settable) {
-        return fail(kExitUsage, "int: only RLTF can be set");
+        return fail(kExitUsage, "int: only %s can be set", fourCcText(ClientProtocol::kIntReloadTuning).c_str());
     }
     return withSession(reload, true);
 }

@@ -7,6 +7,7 @@
 
 #include <utils/RefBase.h>
 
+#include "service/ClientProtocol.h"
 #include "service/OrvanManagerService.h"
 
 namespace orvan::tool {
@@ -78,14 +79,11 @@ public:
     int32_t queryWord(const std::vector<int32_t>& words, int32_t fallback = -1);
     void waitForEvents();
 
-    int32_t profileCount() { return queryWord({event(3)}, 0); }
-    int32_t selectedProfile() { return queryWord({event(10)}); }
+    int32_t profileCount() { return queryWord({ClientProtocol::eventWord(ClientProtocol::kEventProfileCount)}, 0); }
+    int32_t selectedProfile() { return queryWord({ClientProtocol::eventWord(ClientProtocol::kEventSelectProfile)}); }
 
     // Words as the little-endian bytes of a blob.
     static std::vector<uint8_t> toBytes(const std::vector<int32_t>& words);
-    // The first word of a blob for event `number`: the service reads the
-    // event from byte 3.
-    static int32_t event(int32_t number) { return static_cast<int32_t>(static_cast<uint32_t>(number) << 24); }
 
 private:
     // `saveProblem`, when given, receives the outcome of the last save.

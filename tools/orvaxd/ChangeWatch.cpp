@@ -4,14 +4,14 @@
 
 #include <cstring>
 
+#include "service/ClientProtocol.h"
 #include "tools/orvaxd/OrvaxBus.h"
 
 namespace orvan::tool {
 namespace {
 
 // Notifications that change no setting: the set of clients changed, or a save.
-constexpr uint8_t kRegistrationBlob[8] = {0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0};
-constexpr uint8_t kSaveEventWord[4] = {0, 0, 0, bus::kSaveEvent};
+constexpr uint8_t kSaveEventWord[4] = {0, 0, 0, ClientProtocol::kEventSave};
 
 }  // namespace
 
@@ -22,7 +22,8 @@ android::hardware::Return<void> ChangeWatch::onParametersUpdated(const android::
     const size_t size = params.size();
     if (size == 0) {
         ++mReloads;
-    } else if ((size == sizeof kRegistrationBlob && std::memcmp(data, kRegistrationBlob, size) == 0) ||
+    } else if ((size == sizeof ClientProtocol::kRegistrationChanged &&
+                std::memcmp(data, ClientProtocol::kRegistrationChanged, size) == 0) ||
                (size >= sizeof kSaveEventWord && std::memcmp(data, kSaveEventWord, sizeof kSaveEventWord) == 0)) {
         return android::hardware::Void();
     }

@@ -26,14 +26,4 @@ constexpr uint32_t kMaxBlobBytes = 64 * 1024;
 // that come within the window are saved together.
 constexpr uint64_t kSaveDelayMs = 500;
 
-// Parameter blobs: the event number sits in byte 3 of the first word, bytes
-// 0 to 2 are zero. Set events run from 0 to 12, query events from 0 to 13.
-constexpr uint32_t kLastSetEvent = 12;
-constexpr uint32_t kLastQueryEvent = 13;
-constexpr uint32_t kSaveEvent = 9;
-constexpr uint32_t kWordBytes = 4;
-
-// The tuning device ports the service accepts.
-constexpr int32_t kLastPort = 6;
-
 }  // namespace orvan::bus

@@ -19,6 +19,7 @@
 #include <utils/String16.h>
 #include <utils/Vector.h>
 
+#include "service/ClientProtocol.h"
 #include "storage/AxContextManager.h"
 #include "storage/DevicePaths.h"
 #include "tools/orvaxd/OrvaxBus.h"
@@ -29,14 +30,10 @@ namespace {
 using android::OrvanManagerService;
 using vendor::orvan::hardware::rnx::V2_0::BpHwRnxCallbacks;
 
-// The integer parameters the service answers; RLTF is the one it sets.
-constexpr const char* kReadableCodes[] = {"ADEV", "APMO", "CHCT", "TEVO", "DCCP", "DDSA", "DHSA", "DFSA",
-                                          "DEAM", "DVLA", "DTFV", "GDEA", "LCTM", "LCTP", "SPKM", "SPKP"};
-constexpr const char* kReloadCode = "RLTF";
 constexpr size_t kCodeLength = 4;
 
 // Event 9 with the words the service reads for every event.
-constexpr uint8_t kSaveBlob[12] = {0, 0, 0, bus::kSaveEvent};
+constexpr uint8_t kSaveBlob[12] = {0, 0, 0, ClientProtocol::kEventSave};
 
 constexpr uint64_t kUsecPerMsec = 1000;
 
@@ -62,29 +59,18 @@ int refuseArgs(sd_bus_message* m, sd_bus_error* error, const std::string& why) {
     return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "%s", why.c_str());
 }
 
-bool isReadableCode(const std::string& code) {
-    for (const char* known : kReadableCodes) {
-        if (code == known) {
-            return true;
-        }
-    }
-    return false;
-}
-
-uint32_t packCode(const std::string& code) {
-    uint32_t packed = 0;
-    for (char c : code) {
-        packed = packed << 8 | static_cast<uint8_t>(c);
-    }
-    return packed;
+// The integer parameters the service answers without acting on them.
+bool isReadableCode(const char* code) {
+    const ClientProtocol::IntParameter* parameter = ClientProtocol::findIntParameter(fourCc(code));
+    return parameter != nullptr && !parameter->settable;
 }
 
 // "" when `blob` is a whole parameter blob whose event is at most `lastEvent`.
 std::string blobProblem(const uint8_t* blob, size_t size, uint32_t lastEvent) {
     char why[160];
-    if (size < bus::kWordBytes) {
+    if (size < ClientProtocol::kWordBytes) {
         std::snprintf(why, sizeof why, "a parameter blob holds at least its event word; got %zu bytes", size);
-    } else if (size % bus::kWordBytes != 0) {
+    } else if (size % ClientProtocol::kWordBytes != 0) {
         std::snprintf(why, sizeof why, "a parameter blob is whole 32-bit words; got %zu bytes", size);
     } else if (size > bus::kMaxBlobBytes) {
         std::snprintf(why, sizeof why, "a parameter blob is at most %u bytes; got %zu", bus::kMaxBlobBytes, size);
@@ -99,7 +85,7 @@ std::string blobProblem(const uint8_t* blob, size_t size, uint32_t lastEvent) {
 }
 
 bool validPort(int32_t port) {
-    return port >= 0 && port <= bus::kLastPort;
+    return port >= 0 && port <= ClientProtocol::kLastPort;
 }
 
 std::vector<std::string> tuningDevices(OrvanManagerService& service, int32_t port) {
@@ -456,7 +442,7 @@ int OrvaxDaemon::onGetParam(sd_bus_message* m, void* userdata, sd_bus_error* err
     if (r < 0) {
         return r;
     }
-    const std::string problem = blobProblem(request, size, bus::kLastQueryEvent);
+    const std::string problem = blobProblem(request, size, ClientProtocol::kLastQueryEvent);
     if (!problem.empty()) {
         return refuseArgs(m, error, problem);
     }
@@ -480,7 +466,7 @@ int OrvaxDaemon::onSetParam(sd_bus_message* m, void* userdata, sd_bus_error* err
     if (r < 0) {
         return r;
     }
-    const std::string problem = blobProblem(blob, size, bus::kLastSetEvent);
+    const std::string problem = blobProblem(blob, size, ClientProtocol::kLastSetEvent);
     if (!problem.empty()) {
         return refuseArgs(m, error, problem);
     }
@@ -505,7 +491,7 @@ int OrvaxDaemon::onGetIntParam(sd_bus_message* m, void* userdata, sd_bus_error* 
         return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "unknown integer parameter '%s'", code);
     }
     self->settle();
-    return sd_bus_reply_method_return(m, "x", self->mService->getIntParam(packCode(code)));
+    return sd_bus_reply_method_return(m, "x", self->mService->getIntParam(fourCc(code)));
 }
 
 int OrvaxDaemon::onSetIntParam(sd_bus_message* m, void* userdata, sd_bus_error* error) {
@@ -519,14 +505,14 @@ int OrvaxDaemon::onSetIntParam(sd_bus_message* m, void* userdata, sd_bus_error* 
     if (std::strlen(code) != kCodeLength) {
         return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "'%s' is not a four-character code", code);
     }
-    if (std::strcmp(code, kReloadCode) != 0) {
+    if (fourCc(code) != ClientProtocol::kIntReloadTuning) {
         return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "%s: %s is the one integer parameter that can be set",
                       isReadableCode(code) ? "read-only integer parameter" : "unknown integer parameter",
-                      kReloadCode);
+                      fourCcText(ClientProtocol::kIntReloadTuning).c_str());
     }
     // A reload that worked is told to every client, the daemon's own watch included.
     const uint64_t reloads = self->mOwnWatch->reloads();
-    self->mService->setIntParam(packCode(code), value);
+    self->mService->setIntParam(ClientProtocol::kIntReloadTuning, value);
     self->mQueuedChanges = 0;
     if (!self->mService->waitForEvents() || self->mOwnWatch->reloads() == reloads) {
         return refuse(m, error, bus::kErrorReloadFailed, "the OEM extra tuning file %s was not reloaded (the log of "
@@ -543,7 +529,7 @@ int OrvaxDaemon::onGetTuningDevices(sd_bus_message* m, void* userdata, sd_bus_er
         return r;
     }
     if (!validPort(port)) {
-        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, bus::kLastPort);
+        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, ClientProtocol::kLastPort);
     }
     self->settle();
     sd_bus_message* made = nullptr;
@@ -574,7 +560,7 @@ int OrvaxDaemon::onGetSelectedTuningDevice(sd_bus_message* m, void* userdata, sd
         return r;
     }
     if (!validPort(port)) {
-        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, bus::kLastPort);
+        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, ClientProtocol::kLastPort);
     }
     self->settle();
     return sd_bus_reply_method_return(m, "s", self->mService->getSelectedTuningDevice(port).c_str());
@@ -589,7 +575,7 @@ int OrvaxDaemon::onSetSelectedTuningDevice(sd_bus_message* m, void* userdata, sd
         return r;
     }
     if (!validPort(port)) {
-        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, bus::kLastPort);
+        return refuse(m, error, SD_BUS_ERROR_INVALID_ARGS, "port %d is not 0 to %d", port, ClientProtocol::kLastPort);
     }
     self->settle();
     const std::vector<std::string> devices = tuningDevices(*self->mService, port);

@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+#include "manager/ClientParameter.h"
+#include "service/ClientProtocol.h"
 #include "tools/orvaxd/OrvaxBus.h"
 #include "tools/orvaxd/OrvaxBusClient.h"
 
@@ -25,7 +27,7 @@ namespace {
 
 using orvan::tool::OrvaxBusClient;
 
-constexpr int32_t kDialogEnhancerAmountId = 108;
+constexpr int32_t kDialogEnhancerAmountId = orvan::ClientParameter::find("dialog_enhancer_amount")->id;
 constexpr int32_t kSliderSteps = 17;
 // The types of the registered clients of 'notify', one per process: the
 // service keys clients by uid and type.
@@ -53,7 +55,8 @@ double now() {
 // A set-event 1 blob of the dialog enhancer amount; word 4, which the service
 // does not read for this event, carries `tag`.
 std::vector<uint8_t> setBlob(int32_t tag, int32_t value) {
-    const int32_t words[] = {1 << 24, tag, 0, kDialogEnhancerAmountId, value};
+    const int32_t words[] = {orvan::ClientProtocol::eventWord(orvan::ClientProtocol::kEventParameter), tag, 0,
+                             kDialogEnhancerAmountId, value};
     std::vector<uint8_t> blob;
     for (int32_t word : words) {
         for (int shift = 0; shift < 32; shift += 8) {
