@@ -22,6 +22,7 @@
 #include "bench/BenchService.h"
 #include "bench/LogTally.h"
 #include "bench/TuningFileGenerator.h"
+#include "context/AxContext.h"
 #include "manager/AxManager.h"
 #include "manager/ClientParameter.h"
 #include "service/ClientProtocol.h"

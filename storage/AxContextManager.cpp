@@ -12,6 +12,10 @@
 #include <log/log.h>
 #include <utils/Errors.h>
 
+// Storage creates the sound context over the provider it loaded: the one place
+// where this folder reaches up to context/.
+#include "context/AxContext.h"
+#include "context/AxContextChangeObservable.h"
 #include "model/DeviceData.h"
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"

@@ -6,11 +6,12 @@
 #include <utils/Mutex.h>
 #include <utils/Singleton.h>
 
-#include "context/AxContext.h"
-#include "context/AxContextChangeObservable.h"
 
 namespace orvan {
 
+// The sound context sits above storage; only the .cpp, which creates it, sees it.
+class AxContext;
+class AxContextChangeObservable;
 class DeviceData;
 class Provider;
 class SettingsLock;

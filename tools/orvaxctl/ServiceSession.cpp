@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "context/AxContext.h"
 #include "storage/AxContextManager.h"
 #include "storage/DevicePaths.h"
 #include "storage/SettingsLock.h"
