@@ -1,0 +1,434 @@
+#define LOG_TAG "SettingsConnection"
+
+#include "storage/SettingsConnection.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include <log/log.h>
+
+#include "storage/TableSchema.h"
+
+namespace orvan {
+
+void StatementFinalizer::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+
+namespace {
+
+using Guard = std::lock_guard<std::recursive_mutex>;
+
+// What SQLite's quick check finds in an open database: "" when it is sound,
+// else a description of the damage. Only damage counts: a busy or unreadable
+// file is no reason to set the database aside. `busy` tells whether another
+// program held the file past the busy timeout.
+std::string findDamage(sqlite3* db, bool* busy) {
+    int ret = SQLITE_OK;
+    Statement check = SettingsConnection::prepare(db, "PRAGMA quick_check", &ret);
+    if (ret == SQLITE_OK && check) {
+        ret = sqlite3_step(check.get());
+        if (ret == SQLITE_ROW) {
+            const unsigned char* text = sqlite3_column_text(check.get(), 0);
+            const std::string verdict = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+            return verdict == "ok" ? std::string() : "quick check: " + verdict;
+        }
+    }
+    *busy = SettingsConnection::isBusyCode(ret);
+    return SettingsConnection::isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
+}
+
+// A database holding some but not all of the tables was not written by this
+// service, whose schema changes happen in one transaction.
+std::string findPartialSchema(sqlite3* db, bool* busy) {
+    std::string sql = "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN (";
+    for (const std::string& table : TableSchema::tableNames()) {
+        sql += "'" + table + "',";
+    }
+    sql.back() = ')';
+    int ret = SQLITE_OK;
+    Statement count = SettingsConnection::prepare(db, sql, &ret);
+    if (ret == SQLITE_OK && count) {
+        ret = sqlite3_step(count.get());
+    }
+    if (ret != SQLITE_ROW) {
+        *busy = SettingsConnection::isBusyCode(ret);
+        return SettingsConnection::isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
+    }
+    const int tables = sqlite3_column_int(count.get(), 0);
+    if (tables == 0 || tables == static_cast<int>(kTableTypeCount)) {
+        return "";
+    }
+    return "only " + std::to_string(tables) + " of the " + std::to_string(kTableTypeCount) + " tables";
+}
+
+bool pathExists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+// 0 for a file that is missing.
+off_t fileSize(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 ? info.st_size : 0;
+}
+
+}  // namespace
+
+Statement SettingsConnection::prepare(sqlite3* db, const std::string& sql, int* result) {
+    sqlite3_stmt* raw = nullptr;
+    *result = sqlite3_prepare_v2(db, sql.c_str(), static_cast<int>(sql.size()), &raw, nullptr);
+    return Statement(raw);
+}
+
+bool SettingsConnection::isDamageCode(int result) {
+    const int primary = result & 0xff;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+bool SettingsConnection::isBusyCode(int result) {
+    const int primary = result & 0xff;
+    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
+
+void SettingsConnection::appendCells(sqlite3_stmt* stmt, int columns, std::vector<RowData>& rows) {
+    const size_t needed = rows.size() + static_cast<size_t>(columns);
+    if (rows.capacity() < needed) {
+        rows.reserve(std::max(2 * rows.capacity(), needed));
+    }
+    for (int i = 0; i < columns; ++i) {
+        RowData& cell = rows.emplace_back();
+        const char* name = sqlite3_column_name(stmt, i);
+        cell.name = name != nullptr ? name : "";
+        cell.type = sqlite3_column_type(stmt, i);
+        if (cell.type == RowData::kInteger) {
+            cell.intValue = sqlite3_column_int(stmt, i);
+        } else if (cell.type == RowData::kText) {
+            const unsigned char* text = sqlite3_column_text(stmt, i);
+            cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+        }
+    }
+}
+
+
+void SettingsConnection::Closer::operator()(sqlite3* db) const {
+    sqlite3_close_v2(db);
+}
+
+SettingsConnection::SettingsConnection(const std::string& directory, const std::string& fileName)
+    : mPath(directory + fileName) {
+    // Opening with SQLITE_OPEN_CREATE would fail later, at the first write, in an
+    // unwritable directory; refuse it here so every operation sees a null handle.
+    if (access(directory.c_str(), W_OK | X_OK) != 0) {
+        mOpenProblem = "data directory " + directory + ": " + strerror(errno) + " (the settings database " +
+                       mPath + " cannot be opened)";
+        ALOGE("%s", mOpenProblem.c_str());
+    } else {
+        open();
+    }
+}
+
+SettingsConnection::~SettingsConnection() = default;
+
+sqlite3* SettingsConnection::openFile(const std::string& path, std::string* problem) {
+    // SQLite's own message for a directory, a symlink loop or a file it may
+    // not write says only that it cannot open "the database file".
+    struct stat info {};
+    const bool exists = stat(path.c_str(), &info) == 0;
+    if (!exists && errno != ENOENT) {
+        *problem = "settings database " + path + ": " + strerror(errno);
+    } else if (exists && !S_ISREG(info.st_mode)) {
+        *problem = "settings database " + path + " is no regular file" +
+                   (S_ISDIR(info.st_mode) ? " but a directory" : "");
+    } else if (exists && access(path.c_str(), R_OK | W_OK) != 0) {
+        *problem = "settings database " + path + ": " + strerror(errno);
+    }
+    if (!problem->empty()) {
+        ALOGE("%s", problem->c_str());
+        return nullptr;
+    }
+    sqlite3* raw = nullptr;
+    int ret = sqlite3_open_v2(path.c_str(), &raw,
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                              nullptr);
+    if (ret != SQLITE_OK) {
+        const int error = raw != nullptr ? sqlite3_system_errno(raw) : 0;
+        *problem = "cannot open the settings database " + path + ": " +
+                   (error != 0 ? strerror(error) : sqlite3_errstr(ret));
+        ALOGE("%s", problem->c_str());
+        sqlite3_close_v2(raw);
+        return nullptr;
+    }
+    if (sqlite3_db_readonly(raw, "main") == 1) {
+        *problem = "settings database " + path + " is read-only";
+        ALOGE("%s, not used", problem->c_str());
+        sqlite3_close_v2(raw);
+        return nullptr;
+    }
+    // Other connections (tools, the sqlite3 shell) may hold the file for a while.
+    sqlite3_busy_timeout(raw, kBusyTimeoutMs);
+    // Tells, for one, a removed database file from a read-only one.
+    sqlite3_extended_result_codes(raw, 1);
+    return raw;
+}
+
+void SettingsConnection::open() {
+    const std::string path = mPath;
+    sqlite3* raw = openFile(path, &mOpenProblem);
+    if (raw == nullptr) {
+        return;
+    }
+    // The full check reads every page: it runs only after a crash left a
+    // journal, or after damage was met while the database was in use. Other
+    // damage shows in the result codes of the start's own reads.
+    const std::string marker = path + kCheckMarkerSuffix;
+    const bool check = fileSize(path + "-journal") > 0 || pathExists(marker);
+    bool busy = false;
+    std::string damage = check ? findDamage(raw, &busy) : std::string();
+    if (damage.empty() && !busy) {
+        damage = findPartialSchema(raw, &busy);
+    }
+    if (busy) {
+        // Nothing read now can be trusted to tell an unchanged database from
+        // a changed one: the start must not go on over it.
+        mOpenProblem = "settings database " + path + " is busy: another program has held it for more than " +
+                       std::to_string(kBusyTimeoutMs / 1000) + " s";
+        ALOGE("%s", mOpenProblem.c_str());
+        sqlite3_close_v2(raw);
+        return;
+    }
+    if (damage.empty()) {
+        if (check) {
+            std::remove(marker.c_str());
+        }
+        mDb.reset(raw);
+        return;
+    }
+    sqlite3_close_v2(raw);
+    std::remove(marker.c_str());
+    const std::string aside = setAside(path);
+    if (aside.empty()) {
+        mOpenProblem = "settings database " + path + " is damaged (" + damage + ") and cannot be moved aside";
+        ALOGE("%s: not used", mOpenProblem.c_str());
+        return;
+    }
+    ALOGE("settings database %s is damaged (%s): moved to %s, a new one is built from the tuning files",
+          path.c_str(), damage.c_str(), aside.c_str());
+    mSetAsideAtOpen = aside;
+    mDb.reset(openFile(path, &mOpenProblem));
+}
+
+std::string SettingsConnection::setAside(const std::string& path) {
+    // Never deleted: the user's settings may still be read out of it by hand.
+    const std::string base = path + ".damaged-" + std::to_string(static_cast<long long>(time(nullptr)));
+    std::string target = base;
+    for (int n = 1; pathExists(target); ++n) {
+        target = base + "-" + std::to_string(n);
+    }
+    if (rename(path.c_str(), target.c_str()) != 0) {
+        ALOGE("cannot move %s to %s: %s", path.c_str(), target.c_str(), strerror(errno));
+        return "";
+    }
+    // A journal left beside the new file would be played back into it.
+    for (const char* suffix : {"-journal", "-wal", "-shm"}) {
+        const std::string companion = path + suffix;
+        if (pathExists(companion) && rename(companion.c_str(), (target + suffix).c_str()) != 0) {
+            ALOGE("cannot move %s aside: %s", companion.c_str(), strerror(errno));
+        }
+    }
+    return target;
+}
+
+void SettingsConnection::failTransaction(int result) {
+    if (mInTransaction && !mTransactionFailed) {
+        mTransactionFailed = true;
+        mTransactionError = result;
+        mTransactionSystemError = mDb ? sqlite3_system_errno(mDb.get()) : 0;
+    }
+}
+
+std::string SettingsConnection::describeLastTransactionError() const {
+    Guard guard(mLock);
+    return describeError(mLastTransactionError, mLastTransactionSystemError);
+}
+
+std::string SettingsConnection::describeError(int code, int systemError) const {
+    const std::string path = mPath;
+    if (code == SQLITE_READONLY_DBMOVED) {
+        return "the settings database " + path + " was removed or moved while in use";
+    }
+    switch (code & 0xff) {
+        case SQLITE_OK:
+            return "";
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return "the settings database " + path + " is busy: another program held it for more than " +
+                   std::to_string(kBusyTimeoutMs / 1000) + " s";
+        case SQLITE_READONLY:
+        case SQLITE_PERM:
+            return "the settings database " + path + " is read-only";
+        case SQLITE_FULL:
+            return "the disk of the settings database " + path + " is full";
+        case SQLITE_IOERR:
+            if (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG) {
+                return "the disk of the settings database " + path + " is full (" + strerror(systemError) + ")";
+            }
+            break;
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+            return "the settings database " + path + " is damaged";
+        default:
+            break;
+    }
+    return "the settings database " + path + " could not be written: " + sqlite3_errstr(code) +
+           (systemError != 0 ? std::string(" (") + strerror(systemError) + ")" : "");
+}
+
+void SettingsConnection::logFailure(int result) {
+    failTransaction(result);
+    ALOGE("SQLite error %d: %s", result, mDb ? sqlite3_errmsg(mDb.get()) : sqlite3_errstr(result));
+    if (isDamageCode(result) && !mDamaged) {
+        mDamaged = true;
+        ALOGE("the settings database %s is damaged; it is moved aside at the next start",
+              mPath.c_str());
+        // Tells the next start to check the whole file.
+        std::FILE* marker = std::fopen((mPath + kCheckMarkerSuffix).c_str(), "w");
+        if (marker != nullptr) {
+            std::fclose(marker);
+        }
+    }
+}
+
+std::string SettingsConnection::setAsideDamaged() {
+    Guard guard(mLock);
+    mDb.reset();
+    const std::string path = mPath;
+    std::remove((path + kCheckMarkerSuffix).c_str());
+    const std::string aside = setAside(path);
+    if (!aside.empty()) {
+        ALOGE("settings database %s is damaged: moved to %s, a new one is built from the tuning files",
+              path.c_str(), aside.c_str());
+    }
+    return aside;
+}
+
+bool SettingsConnection::beginTransaction() {
+    // Held until commitTransaction(): no other thread's statement may land
+    // inside this transaction.
+    mLock.lock();
+    if (mInTransaction) {
+        // SQLite does not nest them either: the outer one fails as a whole.
+        ALOGE("%s(): a transaction is open already; the outer one is rolled back", __func__);
+        ++mNestedBegins;
+        failTransaction(SQLITE_MISUSE);
+        return false;
+    }
+    mInTransaction = true;
+    mTransactionFailed = false;
+    mTransactionError = SQLITE_OK;
+    mTransactionSystemError = 0;
+    // Without the transaction, the statements meant for it would each stand
+    // alone: a crash among them would leave half a change. They are refused.
+    return run("BEGIN EXCLUSIVE");
+}
+
+bool SettingsConnection::commitTransaction() {
+    Guard guard(mLock);
+    if (!mInTransaction) {
+        return run("COMMIT");
+    }
+    // The hold that beginTransaction() took ends with this call.
+    std::unique_lock<std::recursive_mutex> begun(mLock, std::adopt_lock);
+    if (mNestedBegins > 0) {
+        --mNestedBegins;
+        return false;
+    }
+    bool committed = !mTransactionFailed && run("COMMIT");
+    if (!committed) {
+        failTransaction(mTransactionError != SQLITE_OK ? mTransactionError : SQLITE_ERROR);
+        ALOGE("a statement of the transaction failed (%s): it is rolled back and the stored state kept",
+              describeError(mTransactionError, mTransactionSystemError).c_str());
+        // SQLite may have rolled back already (a full disk, an I/O error).
+        if (mDb && sqlite3_get_autocommit(mDb.get()) == 0) {
+            mInTransaction = false;
+            run("ROLLBACK");
+        }
+    }
+    mLastTransactionError = committed ? SQLITE_OK : mTransactionError;
+    mLastTransactionSystemError = committed ? 0 : mTransactionSystemError;
+    mInTransaction = false;
+    mTransactionFailed = false;
+    return committed;
+}
+
+bool SettingsConnection::run(const std::string& sql) {
+    Guard guard(mLock);
+    if (!mDb) {
+        ALOGE("the db is not open...");
+        return false;
+    }
+    if (mInTransaction && mTransactionFailed) {
+        // The failure that ended the transaction was logged, and its rollback is.
+        ALOGD("not run, the transaction has failed already: %s", sql.c_str());
+        return false;
+    }
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), sql, &ret);
+    if (ret != SQLITE_OK || !statement) {
+        ALOGD("failed to prepare SQL : %s", sql.c_str());
+        if (isDamageCode(ret) || isBusyCode(ret)) {
+            logFailure(ret);
+        }
+        failTransaction(ret);
+        return false;
+    }
+    ret = sqlite3_step(statement.get());
+    if (ret != SQLITE_DONE) {
+        ALOGE("failed to exec SQL: %s", sql.c_str());
+        logFailure(ret);
+        return false;
+    }
+    return true;
+}
+
+bool SettingsConnection::readRows(std::vector<RowData>& rows, const std::string& sql) {
+    Guard guard(mLock);
+    if (!mDb) {
+        ALOGE("the database is not connected");
+        return false;
+    }
+    int ret = SQLITE_OK;
+    Statement statement = prepare(mDb.get(), sql, &ret);
+    if (ret != SQLITE_OK || !statement) {
+        // A table or column that is not there (a database never built) holds
+        // no rows: every first start meets that, and it is no failure.
+        if ((ret & 0xff) == SQLITE_ERROR) {
+            ALOGD("%s: %s, read as no rows", sql.c_str(), sqlite3_errmsg(mDb.get()));
+            return true;
+        }
+        ALOGE("failed to prepare sql command: %s, ret = %d, line %d", sql.c_str(), ret, 196);
+        if (isDamageCode(ret) || isBusyCode(ret)) {
+            logFailure(ret);
+        }
+        return false;
+    }
+    sqlite3_stmt* stmt = statement.get();
+    const int columns = sqlite3_column_count(stmt);
+    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+        appendCells(stmt, columns, rows);
+    }
+    if (ret != SQLITE_DONE) {
+        ALOGE("Unknow error... %d", 224);
+        logFailure(ret);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace orvan

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "storage/RowData.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace orvan {
+
+// A prepared statement, finalized when it goes out of scope.
+struct StatementFinalizer {
+    void operator()(sqlite3_stmt* statement) const;
+};
+using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+
+// The connection to the settings database: opening it (and setting a
+// damaged file aside), waiting for other programs, transactions, and the
+// one lock that serialises every statement.
+//
+// The lock is held for every statement and from beginTransaction() to
+// commitTransaction(), so the statements of two threads never interleave
+// inside one transaction. It is the innermost lock of the service: taken
+// after the service's client lock, the context manager's lock and the sound
+// context's lock, and never held while taking one of them. A transaction
+// begins and ends on the same thread.
+//
+// Another program may hold the file for a while: every statement waits for
+// it up to kBusyTimeoutMs, then fails with SQLITE_BUSY.
+//
+// On open, a file that is no database or holds only part of the schema is
+// moved aside as "<name>.damaged-<seconds>" and a new database takes its
+// place, which the start-up loader then builds from the tuning files.
+// SQLite's quick check, which reads every page, runs only when a journal
+// shows that the last writer did not finish, or when damage was met while
+// the database was in use; other damage shows in the result codes of the
+// start's reads (see isDamaged).
+class SettingsConnection {
+public:
+    static constexpr int kBusyTimeoutMs = 3000;
+    // Beside the database while damage met in use waits for the next start's
+    // full check.
+    static constexpr const char* kCheckMarkerSuffix = ".check";
+
+    // Opens `fileName` in `directory` (which ends with "/").
+    SettingsConnection(const std::string& directory, const std::string& fileName);
+    ~SettingsConnection();
+    SettingsConnection(const SettingsConnection&) = delete;
+    SettingsConnection& operator=(const SettingsConnection&) = delete;
+
+    // Null when the database could not be opened or was set aside.
+    sqlite3* handle() const { return mDb.get(); }
+    std::recursive_mutex& lock() const { return mLock; }
+    const std::string& path() const { return mPath; }
+    const std::string& getOpenProblem() const { return mOpenProblem; }
+    const std::string& getSetAsideAtOpen() const { return mSetAsideAtOpen; }
+    bool isDamaged() const { return mDamaged; }
+    // Closes the connection and moves the damaged file aside; the name it
+    // was moved to, "" when it could not be moved.
+    std::string setAsideDamaged();
+
+    // A transaction is all or nothing: once one of its statements failed, the
+    // rest are refused and commitTransaction() rolls it back and returns false.
+    bool beginTransaction();
+    bool commitTransaction();
+    bool inTransaction() const { return mInTransaction; }
+    bool transactionFailed() const { return mInTransaction && mTransactionFailed; }
+    // Marks the open transaction failed with `result`.
+    void failTransaction(int result);
+
+    // Runs one statement to completion; false when it failed.
+    bool run(const std::string& sql);
+    // Appends every cell of every row of `sql` to `rows`; see
+    // DatabaseHelper::getAllRows.
+    bool readRows(std::vector<RowData>& rows, const std::string& sql);
+    // Logs a failed statement's result, fails the open transaction, and
+    // marks the database damaged when the result says so.
+    void logFailure(int result);
+
+    std::string describeError(int code, int systemError) const;
+    std::string describeLastTransactionError() const;
+
+    static Statement prepare(sqlite3* db, const std::string& sql, int* result);
+    static bool isDamageCode(int result);
+    static bool isBusyCode(int result);
+    // Appends the cells of the statement's current row, in column order.
+    static void appendCells(sqlite3_stmt* stmt, int columns, std::vector<RowData>& rows);
+
+private:
+    struct Closer {
+        void operator()(sqlite3* db) const;
+    };
+
+    void open();
+    // Null, with `problem` set, when the file cannot serve.
+    static sqlite3* openFile(const std::string& path, std::string* problem);
+    // The name the file was moved to; "" when it could not be moved.
+    static std::string setAside(const std::string& path);
+
+    const std::string mPath;
+    std::string mOpenProblem;
+    std::string mSetAsideAtOpen;
+    std::unique_ptr<sqlite3, Closer> mDb;
+    bool mInTransaction = false;
+    bool mTransactionFailed = false;
+    int mTransactionError = 0;
+    int mTransactionSystemError = 0;
+    int mLastTransactionError = 0;
+    int mLastTransactionSystemError = 0;
+    int mNestedBegins = 0;
+    bool mDamaged = false;
+    mutable std::recursive_mutex mLock;
+};
+
+}  // namespace orvan
