@@ -656,12 +656,16 @@ int runBlob(const CommandLine& args) {
     }
     return withSession([&mode, &blob, capacity](ServiceSession& session) {
         if (mode == "get") {
-            const std::vector<uint8_t> answer = session.queryBytes(blob, static_cast<uint32_t>(capacity));
-            if (answer.empty()) {
-                note("the service wrote nothing");
-            } else {
-                std::printf("%s\n", toHex(answer.data(), answer.size()).c_str());
+            std::vector<uint8_t> answer;
+            if (!session.queryBytes(blob, static_cast<uint32_t>(capacity), &answer)) {
+                return fail(kExitRefused, "the service refused the query");
             }
+            if (answer.empty()) {
+                // No answer is no answer, whatever the reason (an unknown
+                // event, an output too small for the answer).
+                return fail(kExitRefused, "the service wrote nothing into %d bytes", capacity);
+            }
+            std::printf("%s\n", toHex(answer.data(), answer.size()).c_str());
             return kExitOk;
         }
         if (!session.sendBytes(blob)) {

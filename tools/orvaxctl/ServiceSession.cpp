@@ -220,7 +220,8 @@ bool ServiceSession::sendBytes(const std::vector<uint8_t>& blob) {
     return true;
 }
 
-std::vector<uint8_t> ServiceSession::queryBytes(const std::vector<uint8_t>& blob, uint32_t capacity) {
+bool ServiceSession::queryBytes(const std::vector<uint8_t>& blob, uint32_t capacity, std::vector<uint8_t>* answer) {
+    answer->clear();
     // The service does not say how much it wrote: ask twice over different
     // fillings; the bytes it wrote are the leading ones that agree.
     std::vector<uint8_t> zeros(capacity, 0x00);
@@ -228,13 +229,14 @@ std::vector<uint8_t> ServiceSession::queryBytes(const std::vector<uint8_t>& blob
     const auto length = static_cast<uint32_t>(blob.size());
     if (mService->getTevParam(blob.data(), length, zeros.data(), capacity) != 0) {
         ALOGE("getTevParam refused the query");
-        return {};
+        return false;
     }
     {
         // The second asking repeats whatever the first one logged.
         ThreadLogMute mute;
         if (mService->getTevParam(blob.data(), length, ones.data(), capacity) != 0) {
-            return {};
+            ALOGE("getTevParam refused the query when asked again");
+            return false;
         }
     }
     size_t written = 0;
@@ -242,11 +244,14 @@ std::vector<uint8_t> ServiceSession::queryBytes(const std::vector<uint8_t>& blob
         ++written;
     }
     zeros.resize(written);
-    return zeros;
+    *answer = std::move(zeros);
+    return true;
 }
 
 std::vector<int32_t> ServiceSession::query(const std::vector<int32_t>& words) {
-    return toWords(queryBytes(toBytes(words), kAnswerCapacity));
+    std::vector<uint8_t> answer;
+    queryBytes(toBytes(words), kAnswerCapacity, &answer);
+    return toWords(answer);
 }
 
 int32_t ServiceSession::queryWord(const std::vector<int32_t>& words, int32_t fallback) {

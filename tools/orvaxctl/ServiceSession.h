@@ -73,8 +73,9 @@ public:
     bool sendBytes(const std::vector<uint8_t>& blob);
     // A query blob; the words the service wrote back (none when it wrote nothing).
     std::vector<int32_t> query(const std::vector<int32_t>& words);
-    // The bytes the service wrote into an output of `capacity` bytes.
-    std::vector<uint8_t> queryBytes(const std::vector<uint8_t>& blob, uint32_t capacity);
+    // The bytes the service wrote into an output of `capacity` bytes, in
+    // `answer`; false when the service refused the query.
+    bool queryBytes(const std::vector<uint8_t>& blob, uint32_t capacity, std::vector<uint8_t>* answer);
     // One word answer, or `fallback` when none came.
     int32_t queryWord(const std::vector<int32_t>& words, int32_t fallback = -1);
     void waitForEvents();
