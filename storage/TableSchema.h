@@ -26,10 +26,10 @@ public:
     static std::string createStatement(TableType type);
     // Every table name, in TableType order.
     static std::vector<std::string> tableNames();
-
-    const std::vector<std::string>& valueColumns(TableType type) const { return mValueColumns[type]; }
     // Which table is called `table`; false for none.
     static bool findTable(const std::string& table, TableType* type);
+
+    const std::vector<std::string>& valueColumns(TableType type) const { return mValueColumns[type]; }
     // The stored text of each value column of `type`, from a record's text
     // form: the lines after the first; a later line for a column wins, a
     // key that is no column is dropped with a log line, a column the text
