@@ -1,8 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <functional>
+#include <mutex>
 #include <set>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/context/ContextTestSupport.h"
 
@@ -154,20 +159,149 @@ TEST_F(AxContextTest, SelectingATuningDeviceStoresItAndNotifiesOnce) {
     EXPECT_EQ(ENDPOINT_HEADPHONE, mContext->getSelectedProfileEndpoint(PORT_USB)->getEndpoint());
 }
 
-TEST_F(AxContextTest, ConcurrentWritersAndReadersFinish) {
-    auto writer = [this](int profile) {
-        for (int i = 0; i < 200; ++i) {
+// Writers each own a profile and write three records of it (a profile value,
+// an endpoint value and the GEQ gains) with lists whose elements all carry
+// the same, rising number, and share the on state; meanwhile another thread
+// keeps moving the selection over every profile, so that writes land on the
+// selected profile (which notifies) and on unselected ones alike.
+// The context serialises every operation under one lock, so a reader sees
+// each list whole (all elements equal, the written length), never a number
+// older than one it saw before, and at the end every profile holds its
+// writer's last lists, also after a save and a restart.
+TEST_F(AxContextTest, ConcurrentWritersAndReadersSeeWholeValuesAndKeepEveryLastWrite) {
+    constexpr int kWriters = 4;
+    constexpr int kRounds = 500;
+    constexpr size_t kGeqBands = 20;
+    // Long lists, so that a copy made while another thread writes the list
+    // would be caught half old, half new.
+    constexpr size_t kLong = 256;
+    const int profiles = mContext->getNumOfProfiles();
+    ASSERT_GT(profiles, kWriters);  // one profile is nobody's: the selection ends there
+    struct Key { const char* name; std::function<Values(int)> read; size_t length; };
+    const std::vector<Key> keys = {
+        {"reverb_suppression_amount",
+         [this](int p) { return mContext->getProfileParameter(p, reverb_suppression_amount); }, kLong},
+        {"headphone volume_leveler_amount",
+         [this](int p) { return mContext->getProfileParameter(p, ENDPOINT_HEADPHONE, volume_leveler_amount); }, kLong},
+        {"geq_gain", [this](int p) { return mContext->getProfileGeqParameter(p, geq_gain); }, kGeqBands},
+    };
+    auto number = [](int writer, int round) { return 1000 * (writer + 1) + round; };
+    // Before any write, per profile and key.
+    std::vector<std::vector<Values>> initial(kWriters);
+    for (int p = 0; p < kWriters; ++p) {
+        for (const Key& key : keys) {
+            initial[p].push_back(key.read(p));
+            ASSERT_NE(Values(key.length, number(p, 1)), initial[p].back()) << key.name;
+        }
+    }
+
+    std::atomic<int> refused{0};
+    auto writer = [&](int profile) {
+        for (int i = 1; i <= kRounds; ++i) {
+            const int32_t v = number(profile, i);
             mContext->setTevOn(i % 2 == 0);
-            mContext->setSelectedProfile(profile);
-            mContext->setProfileParameter(profile, ENDPOINT_HEADPHONE, ieq_enable, {i % 2});
-            mContext->getSelectedProfileIeq(PORT_USB);
+            refused += !mContext->setProfileParameter(profile, reverb_suppression_amount, Values(kLong, v));
+            refused += !mContext->setProfileParameter(profile, ENDPOINT_HEADPHONE, volume_leveler_amount,
+                                                      Values(kLong, v));
+            refused += !mContext->setProfileGeqParameter(profile, geq_gain, Values(kGeqBands, v));
+            refused += !mContext->setProfileParameter(profile, ENDPOINT_HEADPHONE, ieq_enable, {i % 2});
         }
     };
-    std::thread first(writer, 0);
-    std::thread second(writer, 1);
-    first.join();
-    second.join();
+    std::atomic<bool> writing{true};
+    std::mutex problemLock;
+    std::vector<std::string> problems;  // the first few bad reads
+    std::atomic<long> reads{0};
+    auto reader = [&] {
+        std::vector<std::vector<int32_t>> newest(kWriters, std::vector<int32_t>(keys.size(), 0));
+        auto complain = [&](const std::string& what) {
+            std::lock_guard<std::mutex> lock(problemLock);
+            if (problems.size() < 10) {
+                problems.push_back(what);
+            }
+        };
+        do {
+            for (int p = 0; p < kWriters; ++p) {
+                for (size_t k = 0; k < keys.size(); ++k) {
+                    const Values got = keys[k].read(p);
+                    ++reads;
+                    const std::string where = "profile " + std::to_string(p) + " " + keys[k].name;
+                    if (got == initial[p][k]) {
+                        if (newest[p][k] != 0) {
+                            complain(where + ": the value before the writes came back");
+                        }
+                        continue;
+                    }
+                    const bool whole = got.size() == keys[k].length &&
+                                       std::all_of(got.begin(), got.end(), [&](int32_t x) { return x == got[0]; });
+                    if (!whole || got[0] < number(p, 1) || got[0] > number(p, kRounds)) {
+                        complain(where + ": torn or foreign list of " + std::to_string(got.size()));
+                    } else if (got[0] < newest[p][k]) {
+                        complain(where + ": " + std::to_string(got[0]) + " after " + std::to_string(newest[p][k]));
+                    } else {
+                        newest[p][k] = got[0];
+                    }
+                }
+                const int selected = mContext->getSelectedProfile();
+                if (selected < 0 || selected >= profiles) {
+                    complain("selected profile " + std::to_string(selected));
+                }
+            }
+        } while (writing);
+    };
+    std::vector<std::thread> readers;
+    for (int r = 0; r < 2; ++r) {
+        readers.emplace_back(reader);
+    }
+    std::thread selector([&] {
+        for (int i = 0; writing; ++i) {
+            mContext->setSelectedProfile(i % profiles);
+        }
+        mContext->setSelectedProfile(kWriters);
+    });
+    std::vector<std::thread> writers;
+    for (int p = 0; p < kWriters; ++p) {
+        writers.emplace_back(writer, p);
+    }
+    for (std::thread& t : writers) {
+        t.join();
+    }
+    writing = false;
+    selector.join();
+    for (std::thread& t : readers) {
+        t.join();
+    }
+
+    EXPECT_EQ(0, refused.load());
+    EXPECT_EQ(std::vector<std::string>{}, problems);
+    EXPECT_GT(reads.load(), 0);
+    // Every writer's last round, and the one value the shared on state was
+    // last given by everybody.
+    auto expectLastWrites = [&](AxContext& context, const char* when) {
+        SCOPED_TRACE(when);
+        for (int p = 0; p < kWriters; ++p) {
+            const int32_t last = number(p, kRounds);
+            EXPECT_EQ(Values(kLong, last), context.getProfileParameter(p, reverb_suppression_amount)) << p;
+            EXPECT_EQ(Values(kLong, last), context.getProfileParameter(p, ENDPOINT_HEADPHONE, volume_leveler_amount)) << p;
+            EXPECT_EQ(Values(kGeqBands, last), context.getProfileGeqParameter(p, geq_gain)) << p;
+            EXPECT_EQ(Values{kRounds % 2}, context.getProfileParameter(p, ENDPOINT_HEADPHONE, ieq_enable)) << p;
+        }
+    };
+    expectLastWrites(*mContext, "in memory");
+    EXPECT_EQ(kRounds % 2 == 0, mContext->getTevOn());
+    EXPECT_EQ(kWriters, mContext->getSelectedProfile());
+    for (int p = 0; p < kWriters; ++p) {
+        EXPECT_TRUE(mContext->isProfileModified(p)) << p;
+        EXPECT_TRUE(mContext->getProfileEndpoint(p, ENDPOINT_HEADPHONE)->isDirty()) << p;
+    }
+    // The listeners heard of the writes to the selected profile.
     EXPECT_FALSE(mObserver.events.empty());
+
+    ASSERT_TRUE(mContext->save()) << mContext->getLastSaveProblem();
+    mContext->unregisterObserver(&mObserver);
+    mContext = startContext();
+    ASSERT_NE(nullptr, mContext);
+    mContext->registerObserver(&mObserver);
+    expectLastWrites(*mContext, "after a save and a restart");
 }
 
 using AxContextDeathTest = AxContextTest;

@@ -4,9 +4,13 @@
 #include <filesystem>
 #include <functional>
 #include <set>
+#include <tuple>
+#include <vector>
 
 #include "context/AxContext.h"
 #include "engine/TevContext.h"
+#include "engine/TevController.h"
+#include "engine/TevEffect.h"
 #include "manager/AxManager.h"
 #include "tests/context/ContextTestSupport.h"
 #include "tests/engine/EngineTestSupport.h"
@@ -119,16 +123,92 @@ TEST_F(AxManagerTest, SuspensionHidesTheOnState) {
     EXPECT_FALSE(mManager.getTevOn());
 }
 
-// A destroyed manager's controller and a replaced effect must not be reached.
+// Records every command an effect is sent, without passing it on to the
+// engine parameter store, so the store shows the manager's own delivery only.
+class RecordingEffect : public TevEffect {
+public:
+    RecordingEffect() : TevEffect(0, "test") {}
+    void sendSharedStore(const void* data, uint32_t length) override {
+        const auto* words = static_cast<const int32_t*>(data);
+        const size_t count = length / sizeof(int32_t);
+        std::vector<CommandEntry> entries;
+        for (size_t pos = 2; pos + 3 <= count; pos += 3 + words[pos + 2]) {
+            entries.push_back({words[pos], codeOf(words[pos + 1]),
+                               Values(words + pos + 3, words + pos + 3 + words[pos + 2])});
+        }
+        EXPECT_EQ(static_cast<size_t>(words[1]), entries.size()) << "the count word";
+        std::sort(entries.begin(), entries.end(), [](const CommandEntry& a, const CommandEntry& b) {
+            return std::tie(a.device, a.code) < std::tie(b.device, b.code);
+        });
+        commands.push_back(std::move(entries));
+    }
+    // By device, then code.
+    std::vector<std::vector<CommandEntry>> commands;
+};
+
+// Controllers whose manager was destroyed (one started by init(), one given
+// to the manager) and an effect that was replaced receive nothing. The live
+// controllers deliver each change once, to their current effect, holding
+// exactly the engine parameters the change concerns.
 TEST_F(AxManagerTest, ChangesReachOnlyLiveControllersAndEffects) {
+    AxContext* context = mManager.getAxContext();
+    RecordingEffect released, replaced, live;
     {
         AxManager second;
         ASSERT_EQ(0, second.init());
     }
+    {
+        auto* controller = new TevController(DEVICE_SPEAKER, released);
+        context->registerObserver(controller);  // its first, full refresh
+        AxManager third(controller, context);
+    }  // unregisters the controller, then deletes it; one left registered
+       // would be called through freed memory and crash this test
+    ASSERT_EQ(1u, released.commands.size());
+    auto* controller = new TevController(DEVICE_SPEAKER, replaced);
+    context->registerObserver(controller);
+    AxManager fourth(controller, context);
+    ASSERT_EQ(1u, replaced.commands.size());
+    controller->setTevEffect(live, *context);
+    ASSERT_EQ(1u, live.commands.size());
+    EXPECT_EQ(replaced.commands[0], live.commands[0]) << "the new effect receives every parameter";
     mManager.recreateAxEffect();
-    const StoreSnapshot before = snapshotStore();
+    released.commands.clear();
+    replaced.commands.clear();
+    live.commands.clear();
+
+    // A change of one value: that value, once, on the profile-wide key.
+    StoreSnapshot before = snapshotStore();
+    ASSERT_TRUE(mManager.setParameter(0, 115, {7}));
+    const std::vector<CommandEntry> reverb = {{DEVICE_ALL, "RVSA", {7}}};
+    EXPECT_EQ(reverb, changedSince(before)) << "the manager's recreated effect";
+    ASSERT_EQ(1u, live.commands.size());
+    EXPECT_EQ(reverb, live.commands[0]);
+
+    // A change of many values, in one command: every engine parameter whose
+    // value the manager's controller changed in the store, with that value;
+    // the command may repeat a value the store already held only where a
+    // translator sends it with a changed one (GEQ frequencies with the gains).
+    before = snapshotStore();
     ASSERT_TRUE(mManager.setSelectedProfile(1));
-    EXPECT_FALSE(changedSince(before).empty());
+    const std::vector<CommandEntry> changed = changedSince(before);
+    EXPECT_GT(changed.size(), 1u);
+    ASSERT_EQ(2u, live.commands.size());
+    const std::vector<CommandEntry>& sent = live.commands[1];
+    for (const CommandEntry& e : changed) {
+        EXPECT_NE(sent.end(), std::find(sent.begin(), sent.end(), e)) << "not sent: " << e;
+    }
+    const StoreSnapshot after = snapshotStore();
+    for (const CommandEntry& e : sent) {
+        auto stored = after.find({e.device, tevParameterId(e.code.c_str())});
+        ASSERT_NE(after.end(), stored) << e;
+        EXPECT_EQ(stored->second, e.values) << e;
+        if (std::find(changed.begin(), changed.end(), e) == changed.end()) {
+            EXPECT_EQ("VCBF", e.code) << "sent unchanged: " << e;
+        }
+    }
+
+    EXPECT_TRUE(released.commands.empty());
+    EXPECT_TRUE(replaced.commands.empty());
 }
 
 using AxManagerStartTest = StartUpTest;

@@ -71,7 +71,16 @@ TEST_F(TevControllerTest, ANewEffectReceivesEveryParameter) {
     EXPECT_EQ(1, replacement.sends);
     // The first refresh sent every parameter from empty sets; so does this.
     EXPECT_EQ(mEffect.lastCount, replacement.lastCount);
-    EXPECT_GT(replacement.lastCount, 300);
+    // translateAll runs every translator of each set's valid parameters,
+    // whatever the values. The profile-wide set: 9 translators, 10 codes (the
+    // GEQ sends GEBS and VCBF). Each of the 6 output devices: 60 codes always
+    // (50 single-code translators; IEBS, DEA, VBM, DOM; DEON+MDEE, ARSA+ARBS,
+    // VBSF+VBMF), and those the bundled default tunings switch on: AOBS on
+    // all 6 (2 or 4 channels), CEQT on the speaker and HDMI (enabled, 2 and 4
+    // channels), BMDT and RSSA on the stereo speaker only.
+    constexpr int kProfileWide = 10, kOutputDevices = 6, kAlwaysPerDevice = 60;
+    constexpr int kSwitchedOn = 6 /*AOBS*/ + 2 /*CEQT*/ + 1 /*BMDT*/ + 1 /*RSSA*/;
+    EXPECT_EQ(kProfileWide + kOutputDevices * kAlwaysPerDevice + kSwitchedOn, replacement.lastCount);  // 380
 
     mContext->setSelectedProfile(2);
     EXPECT_EQ(2, replacement.sends);

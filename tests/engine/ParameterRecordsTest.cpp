@@ -1,0 +1,469 @@
+// The effective parameter sets the engine is driven from: the profile-wide
+// set (ProfileParameters) and the set of one output device (DeviceParameters).
+// What each keeps of the records merged into it, what it reports as changed,
+// to whom, and what a translator then hands to the engine.
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "engine/DeviceParameters.h"
+#include "engine/ParameterTranslator.h"
+#include "engine/ProfileParameters.h"
+#include "engine/TevContext.h"
+#include "model/GeqPreset.h"
+#include "model/IeqPreset.h"
+#include "model/Profile.h"
+#include "model/ProfileEndpoint.h"
+#include "model/Tuning.h"
+#include "tests/engine/EngineTestSupport.h"
+
+namespace orvan {
+namespace {
+
+// Records what a parameter set tells its observer, with the endpoint and mono
+// flag in force when each change was reported.
+class RecordingObserver : public ParamChangeObserver {
+public:
+    struct Source { ParameterValues* set; Endpoint endpoint; bool mono; };
+    struct Change {
+        Parameter parameter;
+        Endpoint endpoint;
+        bool mono;
+        bool operator==(const Change& o) const {
+            return parameter == o.parameter && endpoint == o.endpoint && mono == o.mono;
+        }
+    };
+
+    void setSource(ParameterValues* source, Endpoint endpoint, bool mono) override {
+        sources.push_back({source, endpoint, mono});
+    }
+    void onParameterChanged(Parameter p) override {
+        const Source current = sources.empty() ? Source{nullptr, ENDPOINT_SPEAKER, false} : sources.back();
+        changes.push_back({p, current.endpoint, current.mono});
+    }
+
+    // The reported parameters, in order.
+    std::vector<Parameter> parameters() const {
+        std::vector<Parameter> out;
+        for (const Change& c : changes) {
+            out.push_back(c.parameter);
+        }
+        return out;
+    }
+
+    std::vector<Source> sources;
+    std::vector<Change> changes;
+};
+
+std::ostream& operator<<(std::ostream& out, const RecordingObserver::Change& c) {
+    return out << kParameterNames[c.parameter] << '@' << c.endpoint << (c.mono ? " mono" : "");
+}
+
+using Parameters = std::vector<Parameter>;
+
+// The profile level, written out here rather than taken from the production
+// list: the parameters of the profile and of its GEQ curve, which the engine
+// receives once for every device.
+const std::set<Parameter> kProfileLevel = {
+    custom_drc_metadata, geq_frequency, geq_gain, mi_dv_leveler_steering_enable,
+    mi_ieq_steering_enable, mi_surround_compressor_steering_enable,
+    mi_adaptive_virtualizer_steering_enable, reverb_suppression_amount,
+    reverb_suppression_enable, volume_modeler_enable};
+
+// What a set holds for `p`; {-999} when it holds nothing.
+Values held(const ParameterValues& set, Parameter p) {
+    const Values* values = set.find(p);
+    return values != nullptr ? *values : Values{-999};
+}
+
+// A record holding `values` for each parameter of `params`, `value` each.
+test::ValueSet recordOf(const std::map<Parameter, Values>& values) {
+    test::ValueSet record;
+    for (const auto& [p, v] : values) {
+        record.set(p, v);
+    }
+    return record;
+}
+
+// ---------------------------------------------------------------------------
+// Which parameters belong to which set.
+
+TEST(ParameterRecordsTest, TheProfileAndDeviceLevelsSplitEveryParameterBetweenThem) {
+    EXPECT_EQ(ParameterSet(kProfileLevel.begin(), kProfileLevel.end()), ProfileParameters::kValidParams);
+    for (size_t i = 0; i < kParameterCount; ++i) {
+        const Parameter p = static_cast<Parameter>(i);
+        const bool profileLevel = kProfileLevel.count(p) != 0;
+        EXPECT_EQ(profileLevel, ProfileParameters::kValidParams.count(p) == 1) << kParameterNames[p];
+        EXPECT_EQ(!profileLevel, DeviceParameters::kValidParams.count(p) == 1) << kParameterNames[p];
+    }
+    EXPECT_EQ(kParameterCount, ProfileParameters::kValidParams.size() + DeviceParameters::kValidParams.size());
+    // The records the context holds fall on one side each.
+    for (Parameter p : Profile::kValidParams) {
+        EXPECT_EQ(1u, ProfileParameters::kValidParams.count(p)) << kParameterNames[p];
+    }
+    for (Parameter p : GeqPreset::kValidParams) {
+        EXPECT_EQ(1u, ProfileParameters::kValidParams.count(p)) << kParameterNames[p];
+    }
+    for (const ParameterSet* deviceRecord : {&ProfileEndpoint::kValidParams, &IeqPreset::kValidParams,
+                                             &Tuning::kValidParams}) {
+        for (Parameter p : *deviceRecord) {
+            EXPECT_EQ(1u, DeviceParameters::kValidParams.count(p)) << kParameterNames[p];
+        }
+    }
+}
+
+// Table-driven over every parameter: a record holding one value of it is
+// merged into each kind of set; the set of its level takes the value and
+// reports it once, the other keeps nothing and reports nothing.
+TEST(ParameterRecordsTest, EachSetTakesAndReportsOnlyTheParametersOfItsLevel) {
+    for (size_t i = 0; i < kParameterCount; ++i) {
+        const Parameter p = static_cast<Parameter>(i);
+        SCOPED_TRACE(kParameterNames[p]);
+        const bool profileLevel = kProfileLevel.count(p) != 0;
+        const Values value = {static_cast<int32_t>(i) + 1, -7};
+        const test::ValueSet record = recordOf({{p, value}});
+
+        RecordingObserver profileObserver, deviceObserver;
+        ProfileParameters profile(&profileObserver);
+        DeviceParameters device(&deviceObserver);
+        profile.updateParams(record);
+        device.updateParams(record);
+
+        ParameterValues& taker = profileLevel ? static_cast<ParameterValues&>(profile) : device;
+        ParameterValues& other = profileLevel ? static_cast<ParameterValues&>(device) : profile;
+        RecordingObserver& takerObserver = profileLevel ? profileObserver : deviceObserver;
+        RecordingObserver& otherObserver = profileLevel ? deviceObserver : profileObserver;
+        EXPECT_NE(nullptr, taker.find(p));
+        EXPECT_EQ(value, held(taker, p));
+        EXPECT_EQ(1u, taker.getValues().size());
+        EXPECT_TRUE(taker.isDirty());
+        EXPECT_EQ(Parameters{p}, takerObserver.parameters());
+        EXPECT_TRUE(other.getValues().empty());
+        EXPECT_FALSE(other.isDirty());
+        EXPECT_TRUE(otherObserver.changes.empty());
+    }
+}
+
+// ---------------------------------------------------------------------------
+// A fresh set.
+
+TEST(ParameterRecordsTest, AFreshSetIsEmptyCleanUnstoredAndAlreadyTheObserversSource) {
+    RecordingObserver profileObserver, deviceObserver;
+    ProfileParameters profile(&profileObserver);
+    DeviceParameters device(&deviceObserver);
+
+    ASSERT_EQ(1u, profileObserver.sources.size());
+    EXPECT_EQ(&profile, profileObserver.sources[0].set);
+    EXPECT_EQ(ENDPOINT_OTHER, profileObserver.sources[0].endpoint);
+    EXPECT_FALSE(profileObserver.sources[0].mono);
+    ASSERT_EQ(1u, deviceObserver.sources.size());
+    EXPECT_EQ(&device, deviceObserver.sources[0].set);
+    EXPECT_EQ(ENDPOINT_OTHER, deviceObserver.sources[0].endpoint);
+    EXPECT_FALSE(deviceObserver.sources[0].mono);
+
+    for (ParameterValues* set : {static_cast<ParameterValues*>(&profile), static_cast<ParameterValues*>(&device)}) {
+        EXPECT_TRUE(set->getValues().empty());
+        EXPECT_FALSE(set->isDirty());
+        EXPECT_EQ(-1, set->getId());
+        set->setId(42);  // a working set is never stored, whatever it is told
+        EXPECT_EQ(-1, set->getId());
+    }
+    EXPECT_EQ(&ProfileParameters::kValidParams, &profile.getValidParams());
+    EXPECT_EQ(&DeviceParameters::kValidParams, &device.getValidParams());
+    EXPECT_EQ(nullptr, profile.getProfile());
+    EXPECT_EQ(nullptr, profile.getGeqPreset());
+    EXPECT_EQ(nullptr, device.getProfile());
+    EXPECT_EQ(nullptr, device.getProfileEndpoint());
+    EXPECT_EQ(nullptr, device.getIeqPreset());
+    EXPECT_EQ(nullptr, device.getTuning());
+    EXPECT_TRUE(profileObserver.changes.empty());
+    EXPECT_TRUE(deviceObserver.changes.empty());
+}
+
+// An empty device: nothing merged, every translator of the device level still
+// runs when everything is asked for, and sends what empty lists make.
+TEST(ParameterRecordsTest, AnEmptyDeviceSendsTheEmptyTranslationsOfEveryDeviceTranslator) {
+    ParameterTranslator translator;
+    DeviceParameters device(&translator);
+    EXPECT_EQ(&device, translator.getSource());
+    SetParamCommand command(DEVICE_ALL);
+    translator.translateAll(command);
+    const std::vector<test::CommandEntry> entries = test::commandEntries(command);
+    std::map<std::string, Values> sent;
+    for (const test::CommandEntry& e : entries) {
+        EXPECT_TRUE(sent.emplace(e.code, e.values).second) << "sent twice: " << e;
+    }
+    // Not a value of the profile level, nor any switched-off translation.
+    for (const char* profileCode : {"RVSA", "RVSE", "DVME", "MDLE", "MIEE", "MSCE", "MAVE", "GEBS", "VCBF", "DRCM"}) {
+        EXPECT_EQ(0u, sent.count(profileCode)) << profileCode;
+    }
+    for (const char* switchedOff : {"AOBS", "CEQT", "BMDT", "RSSA"}) {
+        EXPECT_EQ(0u, sent.count(switchedOff)) << switchedOff;
+    }
+    EXPECT_EQ(Values{}, sent.at("DVLE"));
+    EXPECT_EQ(Values{0}, sent.at("VBM"));
+    EXPECT_EQ((Values{ENDPOINT_OTHER}), sent.at("DOM"));
+    EXPECT_EQ((Values{0}), sent.at("IEBS"));
+    // The translators read the set, and reading adds the lists they asked for
+    // as empty ones; no reading makes the set hold a value.
+    for (const auto& [p, v] : device.getValues()) {
+        EXPECT_TRUE(v.empty()) << kParameterNames[p];
+    }
+    EXPECT_EQ(0u, translator.getPendingCount());
+}
+
+// ---------------------------------------------------------------------------
+// Merging records.
+
+TEST(ParameterRecordsTest, TheProfileSetKeepsItsRecordsAndTheirProfileLevelValues) {
+    RecordingObserver observer;
+    ProfileParameters set(&observer);
+    Profile profile(0, "dynamic", false);
+    profile.set(reverb_suppression_amount, {7});
+    profile.set(volume_modeler_enable, {1});
+    GeqPreset geq(0);
+    geq.set(geq_frequency, {100, 1000});
+    geq.set(geq_gain, {-3, 4});
+
+    set.setProfile(profile);
+    EXPECT_EQ(&profile, set.getProfile());
+    EXPECT_EQ((Parameters{reverb_suppression_amount, volume_modeler_enable}), observer.parameters());
+    set.setGeqPreset(geq);
+    EXPECT_EQ(&geq, set.getGeqPreset());
+    EXPECT_EQ(&profile, set.getProfile());
+    EXPECT_EQ((Parameters{reverb_suppression_amount, volume_modeler_enable, geq_frequency, geq_gain}),
+              observer.parameters());
+    EXPECT_EQ((std::map<Parameter, Values>{{geq_frequency, {100, 1000}},
+                                           {geq_gain, {-3, 4}},
+                                           {reverb_suppression_amount, {7}},
+                                           {volume_modeler_enable, {1}}}),
+              set.getValues());
+    // Every change is reported on the profile-wide source.
+    for (const RecordingObserver::Change& c : observer.changes) {
+        EXPECT_EQ(ENDPOINT_OTHER, c.endpoint) << c;
+        EXPECT_FALSE(c.mono) << c;
+    }
+    // A profile record the device sets would see takes nothing from there.
+    RecordingObserver deviceObserver;
+    DeviceParameters device(&deviceObserver);
+    device.setProfile(profile);
+    EXPECT_EQ(&profile, device.getProfile());
+    EXPECT_TRUE(device.getValues().empty());
+    EXPECT_TRUE(deviceObserver.changes.empty());
+}
+
+// The last record merged decides; a record that changes nothing reports
+// nothing and leaves the dirty flag alone; a changed value dirties again.
+TEST(ParameterRecordsTest, OnlyRealChangesAreReportedAndTheLastRecordDecides) {
+    RecordingObserver observer;
+    DeviceParameters set(&observer);
+    ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_BALANCED);
+    endpoint.set(volume_leveler_amount, {3});
+    endpoint.set(dialog_enhancer_enable, {1});
+    set.setProfileEndpoint(endpoint);
+    EXPECT_EQ(&endpoint, set.getProfileEndpoint());
+    EXPECT_EQ((Parameters{dialog_enhancer_enable, volume_leveler_amount}), observer.parameters());
+    EXPECT_TRUE(set.isDirty());
+
+    struct Step {
+        const char* what;
+        std::map<Parameter, Values> record;
+        Parameters reported;
+        bool dirty;
+    };
+    const Step steps[] = {
+        {"the same values again", {{volume_leveler_amount, {3}}, {dialog_enhancer_enable, {1}}}, {}, false},
+        {"one of two changed", {{volume_leveler_amount, {3}}, {dialog_enhancer_enable, {0}}},
+         {dialog_enhancer_enable}, true},
+        {"a longer list", {{volume_leveler_amount, {3, 3}}}, {volume_leveler_amount}, true},
+        {"an emptied list is a change", {{volume_leveler_amount, {}}}, {volume_leveler_amount}, true},
+        {"empty again", {{volume_leveler_amount, {}}}, {}, false},
+        // A parameter the set never held, given without values: kept as an
+        // empty list, which is no change to report.
+        {"a missing value", {{surround_boost, {}}}, {}, false},
+        {"the profile level is not taken", {{reverb_suppression_amount, {9}}, {geq_gain, {1}}}, {}, false},
+        // Values are kept as given, out of any range: limits are the
+        // translators' and the client adapter's business.
+        {"out of range", {{dialog_enhancer_amount, {20}}, {ieq_amount, {-2147483647 - 1}}},
+         {dialog_enhancer_amount, ieq_amount}, true},
+    };
+    for (const Step& s : steps) {
+        SCOPED_TRACE(s.what);
+        set.setDirty(false);
+        observer.changes.clear();
+        set.updateParams(recordOf(s.record));
+        EXPECT_EQ(s.reported, observer.parameters());
+        EXPECT_EQ(s.dirty, set.isDirty());
+        for (const auto& [p, v] : s.record) {
+            if (DeviceParameters::kValidParams.count(p) != 0) {
+                EXPECT_NE(nullptr, set.find(p)) << kParameterNames[p];
+                EXPECT_EQ(v, held(set, p)) << kParameterNames[p];
+            } else {
+                EXPECT_EQ(nullptr, set.find(p)) << kParameterNames[p];
+            }
+        }
+    }
+    EXPECT_EQ(Values{0}, held(set, dialog_enhancer_enable));
+    EXPECT_EQ(Values{}, held(set, surround_boost));
+    EXPECT_EQ(Values{20}, held(set, dialog_enhancer_amount));
+    // The record itself is only read.
+    EXPECT_EQ(Values{3}, held(endpoint, volume_leveler_amount));
+}
+
+// Records of the levels below a device overlap: whichever was merged last
+// holds, and merging one record again restores its values.
+TEST(ParameterRecordsTest, RecordsMergedOneAfterAnotherOverrideEachOther) {
+    RecordingObserver observer;
+    DeviceParameters set(&observer);
+    Tuning tuning("speaker", ENDPOINT_SPEAKER, false);
+    tuning.set(regulator_enable, {1});
+    tuning.set(output_channels, {2});
+    ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_WARM);
+    endpoint.set(ieq_enable, {1});
+    IeqPreset warm(PRESET_WARM), off(PRESET_OFF);
+    warm.set(ieq_frequency, {50, 500});
+    warm.set(ieq_target, {1, 2});
+    off.set(ieq_frequency, {50, 500});
+    off.set(ieq_target, {0, 0});
+
+    set.setTuning(tuning);
+    set.setProfileEndpoint(endpoint);
+    set.setIeqPreset(warm);
+    EXPECT_EQ(&tuning, set.getTuning());
+    EXPECT_EQ(&endpoint, set.getProfileEndpoint());
+    EXPECT_EQ(&warm, set.getIeqPreset());
+    EXPECT_EQ((Values{PRESET_WARM}), held(set, ieq_id));
+    EXPECT_EQ((Values{1, 2}), held(set, ieq_target));
+
+    observer.changes.clear();
+    set.setIeqPreset(off);
+    EXPECT_EQ(&off, set.getIeqPreset());
+    // The frequencies are the same: only the id and the targets changed.
+    EXPECT_EQ((Parameters{ieq_id, ieq_target}), observer.parameters());
+    EXPECT_EQ((Values{PRESET_OFF}), held(set, ieq_id));
+    EXPECT_EQ((Values{0, 0}), held(set, ieq_target));
+
+    observer.changes.clear();
+    set.setIeqPreset(warm);
+    EXPECT_EQ((Parameters{ieq_id, ieq_target}), observer.parameters());
+    EXPECT_EQ((Values{1, 2}), held(set, ieq_target));
+    // The tuning's values stay whatever the other records did.
+    EXPECT_EQ(Values{1}, held(set, regulator_enable));
+    EXPECT_EQ(Values{2}, held(set, output_channels));
+}
+
+// A tuning makes its endpoint and mono flag the set's before its values are
+// merged, so the translations those values trigger already see them.
+TEST(ParameterRecordsTest, ATuningRegistersItsEndpointAndMonoFlagBeforeItsValues) {
+    struct Case { Endpoint endpoint; bool mono; };
+    for (const Case& c : {Case{ENDPOINT_SPEAKER, true}, Case{ENDPOINT_HEADPHONE, false},
+                          Case{ENDPOINT_OTHER, true}}) {
+        SCOPED_TRACE(std::string(kEndpointNames[c.endpoint]) + (c.mono ? " mono" : ""));
+        RecordingObserver observer;
+        DeviceParameters set(&observer);
+        Tuning tuning("t", c.endpoint, c.mono);
+        tuning.set(orientation, {0});
+        tuning.set(output_channels, {2});
+        set.setTuning(tuning);
+        ASSERT_EQ(2u, observer.sources.size());
+        EXPECT_EQ(&set, observer.sources[1].set);
+        EXPECT_EQ(c.endpoint, observer.sources[1].endpoint);
+        EXPECT_EQ(c.mono, observer.sources[1].mono);
+        EXPECT_EQ((std::vector<RecordingObserver::Change>{{orientation, c.endpoint, c.mono},
+                                                          {output_channels, c.endpoint, c.mono}}),
+                  observer.changes);
+    }
+    // The other records leave the registration alone.
+    RecordingObserver observer;
+    DeviceParameters set(&observer);
+    ProfileEndpoint endpoint(0, ENDPOINT_HEADPHONE, PRESET_OFF);
+    endpoint.set(volume_leveler_enable, {1});
+    IeqPreset off(PRESET_OFF);
+    set.setProfileEndpoint(endpoint);
+    set.setIeqPreset(off);
+    EXPECT_EQ(2u, observer.changes.size());
+    EXPECT_EQ(1u, observer.sources.size());
+}
+
+// Sets built without an observer still keep their values.
+TEST(ParameterRecordsTest, WithoutAnObserverTheSetsStillMerge) {
+    ProfileParameters profile(nullptr);
+    DeviceParameters device(nullptr);
+    const test::ValueSet record = recordOf({{reverb_suppression_enable, {1}}, {volmax_boost, {4}}});
+    profile.updateParams(record);
+    device.updateParams(record);
+    Tuning tuning("t", ENDPOINT_HEADPHONE, true);
+    tuning.set(output_channels, {4});
+    device.setTuning(tuning);
+    EXPECT_EQ((std::map<Parameter, Values>{{reverb_suppression_enable, {1}}}), profile.getValues());
+    EXPECT_EQ((std::map<Parameter, Values>{{output_channels, {4}}, {volmax_boost, {4}}}), device.getValues());
+}
+
+// ---------------------------------------------------------------------------
+// What reaches the engine.
+
+// Through a real translator: each flush sends exactly the translations of the
+// parameters that changed since the last one, with the set's values.
+TEST(ParameterRecordsTest, TheEngineReceivesExactlyTheTranslationsOfWhatChanged) {
+    ParameterTranslator profileTranslator, deviceTranslator;
+    ProfileParameters profileSet(&profileTranslator);
+    DeviceParameters deviceSet(&deviceTranslator);
+    auto flush = [](ParameterTranslator& translator) {
+        SetParamCommand command(DEVICE_ALL);
+        command.setDeviceId(DEVICE_SPEAKER);
+        translator.translatePending(command);
+        std::vector<test::CommandEntry> entries = test::commandEntries(command);
+        std::sort(entries.begin(), entries.end(),
+                  [](const test::CommandEntry& a, const test::CommandEntry& b) { return a.code < b.code; });
+        return entries;
+    };
+    using Entries = std::vector<test::CommandEntry>;
+
+    Profile profile(0, "dynamic", false);
+    profile.set(reverb_suppression_amount, {7});
+    GeqPreset geq(0);
+    geq.set(geq_frequency, {100, 1000});
+    geq.set(geq_gain, {-3, 4});
+    profileSet.setProfile(profile);
+    profileSet.setGeqPreset(geq);
+    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "GEBS", {2, 100, 1000, -3, 4}},
+                       {DEVICE_SPEAKER, "RVSA", {7}},
+                       {DEVICE_SPEAKER, "VCBF", {100, 1000}}}),
+              flush(profileTranslator));
+    profileSet.setProfile(profile);
+    profileSet.setGeqPreset(geq);
+    EXPECT_EQ(Entries{}, flush(profileTranslator)) << "merged again, nothing changed";
+
+    Tuning tuning("mono", ENDPOINT_SPEAKER, true);
+    tuning.set(orientation, {0});
+    tuning.set(output_mix_matrix, {1, 0, 0, 1});
+    ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_OFF);
+    endpoint.set(virtualizer_enable, {1});
+    endpoint.set(dialog_enhancer_amount, {20});
+    deviceSet.setTuning(tuning);
+    deviceSet.setProfileEndpoint(endpoint);
+    // The output mode of a mono speaker cannot virtualize; the amount is capped
+    // on the way out only.
+    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "DEA", {12}}, {DEVICE_SPEAKER, "DOM", {0, 0, 1, 1, 0, 0, 1}}}),
+              flush(deviceTranslator));
+    EXPECT_EQ(Values{20}, held(deviceSet, dialog_enhancer_amount));
+    EXPECT_EQ(Values{0}, held(deviceSet, virtualizer_enable));
+
+    // The mono speaker forced the virtualizer off in the set, so merging the
+    // endpoint again changes it back: the output mode goes again, still forced.
+    endpoint.set(dialog_enhancer_amount, {5});
+    deviceSet.setProfileEndpoint(endpoint);
+    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "DEA", {5}}, {DEVICE_SPEAKER, "DOM", {0, 0, 1, 1, 0, 0, 1}}}),
+              flush(deviceTranslator));
+    // A record of the profile level changes nothing on a device.
+    deviceSet.setProfile(profile);
+    EXPECT_EQ(Entries{}, flush(deviceTranslator));
+}
+
+}  // namespace
+}  // namespace orvan
