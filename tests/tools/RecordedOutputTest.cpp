@@ -42,16 +42,20 @@ std::string showDatabase(const std::string& path) {
     }
     sqlite3_finalize(statement);
     for (const std::string& table : tables) {
-        // Device tuning rows are inserted in the order of the parsed records'
-        // addresses, which differs between builds; their ids name nothing.
-        const bool byContent = table == "device_tunings";
-        const std::string sql = byContent ? "SELECT custom_name, device, port, tuning_id FROM " + table +
-                                                " ORDER BY port, device, custom_name"
-                                          : "SELECT * FROM " + table + " ORDER BY rowid";
+        // Tuning and device tuning rows are inserted in the order of the
+        // parsed records' addresses, which differs between builds and even
+        // between runs; their ids follow that order and name nothing.
+        std::string sql = "SELECT * FROM " + table + " ORDER BY rowid";
+        if (table == "device_tunings") {
+            sql = "SELECT custom_name, device, port, tuning_id FROM " + table + " ORDER BY port, device, custom_name";
+        } else if (table == "tunings") {
+            sql = "SELECT * FROM " + table + " ORDER BY custom_name, name";
+        }
+        const bool withoutId = table == "tunings";
         sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW) {
             std::string row = table + ":";
-            for (int column = 0; column < sqlite3_column_count(statement); ++column) {
+            for (int column = withoutId ? 1 : 0; column < sqlite3_column_count(statement); ++column) {
                 const unsigned char* value = sqlite3_column_text(statement, column);
                 row += std::string(" ") + sqlite3_column_name(statement, column) + "=" +
                        (value != nullptr ? reinterpret_cast<const char*>(value) : "NULL");
