@@ -93,13 +93,19 @@ bool IntegerText::toInt32Strict(const std::string& text, int32_t& value) {
     return true;
 }
 
-Values IntegerText::toList(const std::string& text) {
+Values IntegerText::toList(const std::string& text, bool* whole) {
     Values values;
+    if (whole != nullptr) {
+        *whole = true;
+    }
     size_t pos = 0;
     int32_t value = 0;
     if (!read(text, pos, value)) {
         if (skipBlanks(text, 0) != text.size()) {
             ALOGW("list \"%.40s\" does not start with a number", text.c_str());
+            if (whole != nullptr) {
+                *whole = false;
+            }
         }
         return values;
     }
@@ -113,6 +119,9 @@ Values IntegerText::toList(const std::string& text) {
     }
     if (skipBlanks(text, pos) != text.size()) {
         ALOGW("list \"%.40s\" stops after %zu numbers at offset %zu", text.c_str(), values.size(), pos);
+        if (whole != nullptr) {
+            *whole = false;
+        }
     }
     return values;
 }

@@ -1,12 +1,21 @@
-#define LOG_TAG "NodeParseUtils"
-
 #include "tuningfile/NodeParseUtils.h"
 
-#include <log/log.h>
+#include <algorithm>
+#include <set>
 
 #include "tuningfile/IntegerText.h"
 
 namespace orvan {
+namespace {
+
+constexpr ParseDiagnostics::Severity kError = ParseDiagnostics::Severity::ERROR;
+constexpr ParseDiagnostics::Severity kWarning = ParseDiagnostics::Severity::WARNING;
+
+bool isBlankRow(const std::string& row) {
+    return row.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+}  // namespace
 
 int32_t NodeParseUtils::parseValue(TagIterator& it) {
     std::vector<std::string> texts;
@@ -22,10 +31,16 @@ int32_t NodeParseUtils::parseValue(TagIterator& it) {
         return 0;
     }
     if (text.empty()) {
-        ALOGW("<%s> at line %d has no \"value\", using 0", it.getNodeName().c_str(), it.getLine());
+        it.report(kWarning, "number", "<" + it.getNodeName() + "> has no \"value\"; it reads as 0");
         return 0;
     }
-    return IntegerText::toInt32(text);
+    const int32_t value = IntegerText::toInt32(text);
+    int32_t exact = 0;
+    if (!IntegerText::toInt32Strict(text, exact)) {
+        it.report(kWarning, "number", "<" + it.getNodeName() + "> value=\"" + text +
+                                              "\" is not a 32-bit number; it reads as " + std::to_string(value));
+    }
+    return value;
 }
 
 Values NodeParseUtils::parseDataRow(TagIterator& it) {
@@ -34,7 +49,32 @@ Values NodeParseUtils::parseDataRow(TagIterator& it) {
     if (texts.empty()) {
         return {};
     }
-    return IntegerText::toList(texts[0]);
+    reportClamped(it, it.getNodeName(), texts[0]);
+    bool whole = true;
+    Values values = IntegerText::toList(texts[0], &whole);
+    if (!whole) {
+        reportStop(it, it.getNodeName(), texts[0], values.size());
+    }
+    return values;
+}
+
+void NodeParseUtils::reportStop(TagIterator& it, const std::string& what, const std::string& text, size_t count) {
+    it.report(kWarning, "number", what + " \"" + text + "\" is read as " + std::to_string(count) +
+                                          " numbers up to where it stops being a list");
+}
+
+void NodeParseUtils::reportClamped(TagIterator& it, const std::string& what, const std::string& text) {
+    for (size_t pos = 0; pos < text.size();) {
+        int32_t value = 0;
+        bool fits = true;
+        if (!IntegerText::read(text, pos, value, &fits)) {
+            ++pos;
+        } else if (!fits) {
+            it.report(kError, "value", what + " holds a number beyond 32 bits; it would be clamped to " +
+                                               std::to_string(value));
+            return;
+        }
+    }
 }
 
 Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
@@ -44,6 +84,7 @@ Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
         return {};
     }
     const std::string& text = texts[0];
+    reportClamped(it, it.getNodeName(), text);
     Values matrix;
     size_t columns = 0;
     size_t start = 0;
@@ -54,7 +95,7 @@ Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
         }
         const std::string row = text.substr(start, end - start);
         start = end + 1;
-        if (row.find_first_not_of(" \t\r\n") == std::string::npos) {
+        if (isBlankRow(row)) {
             continue;
         }
         const Values values = IntegerText::toList(row);
@@ -62,12 +103,31 @@ Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
             columns = values.size();
         }
         if (values.empty() || values.size() != columns) {
-            ALOGW("<%s> at line %d: matrix rows are not number lists of one length, ignored", it.getNodeName().c_str(), it.getLine());
+            reportUneven(it, text);
             return {};
         }
         matrix.insert(matrix.end(), values.begin(), values.end());
     }
     return matrix;
+}
+
+void NodeParseUtils::reportUneven(TagIterator& it, const std::string& text) {
+    std::set<size_t> lengths;
+    size_t start = 0;
+    while (start <= text.size()) {
+        const size_t end = std::min(text.find(';', start), text.size());
+        const std::string row = text.substr(start, end - start);
+        start = end + 1;
+        if (!isBlankRow(row)) {
+            lengths.insert(IntegerText::toList(row).size());
+        }
+    }
+    if (lengths.size() > 1) {
+        it.report(kError, "value", "the rows of <" + it.getNodeName() +
+                                           "> differ in length; the matrix would be stored empty");
+    } else {
+        it.report(kWarning, "number", "<" + it.getNodeName() + "> holds no number; it is stored empty");
+    }
 }
 
 void NodeParseUtils::forEachChildElement(TagIterator& it, const std::function<void(TagIterator&)>& visit) {

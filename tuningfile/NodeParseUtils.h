@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "model/ParameterValues.h"
 #include "tuningfile/TagIterator.h"
@@ -12,7 +14,7 @@ namespace orvan {
 class NodeParseUtils {
 public:
     // The "value" attribute: "true" is 1, "false" is 0, anything else is read
-    // as a decimal integer (0, logged, when it is not one; absent reads as 0).
+    // as a decimal integer (0, reported, when it is not one; absent reads as 0).
     static int32_t parseValue(TagIterator& it);
     // The first attribute value as an integer list; no attribute gives {}.
     static Values parseDataRow(TagIterator& it);
@@ -24,6 +26,16 @@ public:
     // iterator standing on it; the iterator ends where it started. `visit`
     // must leave the iterator on the child it was given.
     static void forEachChildElement(TagIterator& it, const std::function<void(TagIterator&)>& visit);
+    // Reports, on the element under `it`, that the integer list `what` stops
+    // after `count` numbers, before the end of `text`.
+    static void reportStop(TagIterator& it, const std::string& what, const std::string& text, size_t count);
+
+    // Reports the first number of `text` beyond 32 bits, which reads clamped.
+    static void reportClamped(TagIterator& it, const std::string& what, const std::string& text);
+
+private:
+    // Why a matrix was refused: rows of different lengths, or no numbers.
+    static void reportUneven(TagIterator& it, const std::string& text);
 };
 
 }  // namespace orvan

@@ -51,6 +51,7 @@ int TagIterator::init(const std::string& path) {
     mCurrent = nullptr;
     mRoot = nullptr;
     mDocument.reset();
+    mPath = path;
     if (path.empty()) {
         ALOGE("Invalide xml file path, %d", 40);
         return android::BAD_VALUE;
@@ -194,6 +195,42 @@ bool TagIterator::firstChildElement() {
 
 int TagIterator::getLine() const {
     return mCurrent != nullptr ? static_cast<int>(xmlGetLineNo(mCurrent)) : 0;
+}
+
+bool TagIterator::hasAttribute(const char* name) const {
+    return isElement(mCurrent) && xmlHasProp(mCurrent, reinterpret_cast<const xmlChar*>(name)) != nullptr;
+}
+
+int TagIterator::getRootLine() const {
+    return mRoot != nullptr ? static_cast<int>(xmlGetLineNo(mRoot)) : 0;
+}
+
+void TagIterator::parseNodeAttributes(std::vector<std::pair<std::string, std::string>>& out) const {
+    out.clear();
+    if (!isElement(mCurrent)) {
+        return;
+    }
+    for (const xmlAttr* attribute = mCurrent->properties; attribute != nullptr; attribute = attribute->next) {
+        out.emplace_back(reinterpret_cast<const char*>(attribute->name), attributeValue(attribute));
+    }
+}
+
+void TagIterator::report(ParseDiagnostics::Severity severity, const char* rule, const std::string& message) const {
+    reportAt(getLine(), severity, rule, message);
+}
+
+void TagIterator::reportAt(int line, ParseDiagnostics::Severity severity, const char* rule,
+                           const std::string& message) const {
+    if (mDiagnostics != nullptr) {
+        mDiagnostics->report({mPath, line, severity, rule, message});
+        return;
+    }
+    // Without a sink the service's log says what the loader did.
+    if (severity == ParseDiagnostics::Severity::ERROR) {
+        ALOGE("%s:%d: %s [%s]", mPath.c_str(), line, message.c_str(), rule);
+    } else {
+        ALOGW("%s:%d: %s [%s]", mPath.c_str(), line, message.c_str(), rule);
+    }
 }
 
 }  // namespace orvan

@@ -4,7 +4,10 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "tuningfile/ParseDiagnostics.h"
 
 // libxml2 stays out of our headers.
 struct _xmlDoc;
@@ -57,6 +60,20 @@ public:
     bool firstChildElement();
     // The line of the current node in the file, for messages; 0 when unknown.
     int getLine() const;
+    // Whether the element has the attribute, allocating nothing.
+    bool hasAttribute(const char* name) const;
+    // The line of the root element; 0 without a document.
+    int getRootLine() const;
+    // Replaces `out` with every attribute of the element as (name, value),
+    // in document order.
+    void parseNodeAttributes(std::vector<std::pair<std::string, std::string>>& out) const;
+
+    // Where reports go; null (the default) logs each one. Not owned.
+    void setDiagnostics(ParseDiagnostics* diagnostics) { mDiagnostics = diagnostics; }
+    // Reports a problem of the current node, at its line.
+    void report(ParseDiagnostics::Severity severity, const char* rule, const std::string& message) const;
+    // Reports at `line` of the file read last (0: the whole file).
+    void reportAt(int line, ParseDiagnostics::Severity severity, const char* rule, const std::string& message) const;
 
 private:
     struct DocumentDeleter {
@@ -67,6 +84,8 @@ private:
     _xmlNode* mRoot = nullptr;
     _xmlNode* mCurrent = nullptr;
     std::deque<_xmlNode*> mNodeStack;
+    std::string mPath;
+    ParseDiagnostics* mDiagnostics = nullptr;
 };
 
 }  // namespace orvan

@@ -5,10 +5,25 @@
 #include <log/log.h>
 #include <utils/Errors.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <memory_resource>
+
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/NodeParseUtils.h"
 
 namespace orvan {
+namespace {
+
+constexpr ParseDiagnostics::Severity kError = ParseDiagnostics::Severity::ERROR;
+constexpr ParseDiagnostics::Severity kWarning = ParseDiagnostics::Severity::WARNING;
+constexpr const char* kEndpointIds[] = {"speaker", "headphone", "other"};
+
+std::string quoted(const std::string& text) {
+    return "\"" + text + "\"";
+}
+
+}  // namespace
 
 // Everything one parse produces; owns the records the sets point to.
 struct TuningFileParser::Records {
@@ -34,6 +49,40 @@ struct TuningFileParser::Records {
         into.insert(raw);
         owned.push_back(std::move(record));
         return raw;
+    }
+};
+
+// Where earlier elements stood, for the reports that compare elements. It
+// lives in its own memory: storage lists records in the order of their
+// addresses, which allocations between them on the heap would change.
+struct TuningFileParser::Seen {
+    explicit Seen(std::pmr::memory_resource* memory)
+        : profileLines(memory), ieqTypeLines(memory), geqLines(memory), ieqIds(memory), includes(memory),
+          tuningLines(memory), deviceLines(memory) {}
+
+    int formatVersions = 0;
+    std::pmr::map<int32_t, int> profileLines;
+    std::pmr::map<PresetType, int> ieqTypeLines;
+    std::pmr::map<int32_t, int> geqLines;
+    std::pmr::set<std::pmr::string> ieqIds;
+    // The line of each <include> that selects an IEQ preset, and the name it gives.
+    std::pmr::vector<std::pair<int, std::pmr::string>> includes;
+    std::pmr::map<std::pmr::string, int> tuningLines;
+    std::pmr::map<std::pmr::string, int> deviceLines;
+};
+
+// Names a record for a report; built only when one is made.
+struct TuningFileParser::RecordName {
+    const char* kind;  // "profile", "endpoint", "tuning"
+    int32_t profileId;
+    const std::string* name;  // the endpoint's or the tuning's
+
+    std::string text() const {
+        if (std::string(kind) == "tuning") {
+            return "tuning " + quoted(*name);
+        }
+        const std::string profile = "profile " + std::to_string(profileId);
+        return std::string(kind) == "profile" ? profile : profile + " endpoint " + quoted(*name);
     }
 };
 
@@ -123,6 +172,10 @@ std::string TuningFileParser::attribute(const char* name) const {
 }
 
 void TuningFileParser::parseTuningFile(Records& records) {
+    // Enough for a factory file; a larger one takes more from the heap.
+    alignas(std::max_align_t) static thread_local std::byte sMemory[32 * 1024];
+    std::pmr::monotonic_buffer_resource memory(sMemory, sizeof(sMemory));
+    Seen seen(&memory);
     for (; mIterator.isCurValid(); mIterator.next()) {
         if (!mIterator.isElementNode()) {
             continue;
@@ -130,24 +183,45 @@ void TuningFileParser::parseTuningFile(Records& records) {
         const std::string name = mIterator.getNodeName();
         if (name == "format_version") {
             records.formatVersion = parseVersion();
+            ++seen.formatVersions;
         } else if (name == "tool_version") {
             records.toolVersion = parseVersion();
         } else if (name == "preset") {
-            parsePreset(records);
+            parsePreset(records, seen);
         } else if (name == "profile") {
-            parseProfile(records);
+            parseProfile(records, seen);
         } else if (name == "tuning") {
-            parseTuning(records);
+            parseTuning(records, seen);
         } else {
-            ALOGD("skipping <%s> at line %d", name.c_str(), mIterator.getLine());
+            mIterator.report(kWarning, "element", "<" + name + "> is not part of a tuning file; skipped");
         }
     }
-    std::set<int32_t> ids;
-    for (const Profile* profile : records.profiles) {
-        ids.insert(profile->getProfileId());
+    reportCrossReferences(seen);
+}
+
+void TuningFileParser::reportCrossReferences(const Seen& seen) {
+    const int rootLine = mIterator.getRootLine();
+    if (seen.formatVersions == 0) {
+        mIterator.reportAt(rootLine, kError, "version",
+                           "no <format_version>; an OEM extra file is only merged when both versions are equal");
+    } else if (seen.formatVersions > 1) {
+        mIterator.reportAt(rootLine, kWarning, "version", "<format_version> is given more than once; the last one counts");
     }
-    if (!ids.empty() && (*ids.begin() != 0 || *ids.rbegin() != static_cast<int32_t>(ids.size()) - 1)) {
-        ALOGW("profile ids do not run from 0 to %zu without a gap", ids.size() - 1);
+    const int count = static_cast<int>(seen.profileLines.size());
+    for (const auto& [id, line] : seen.profileLines) {
+        if (id >= count) {
+            mIterator.reportAt(line, kError, "profile", "profile id " + std::to_string(id) +
+                                                            " leaves a gap: ids must run from 0 to " +
+                                                            std::to_string(count - 1));
+        }
+    }
+    for (const auto& [line, preset] : seen.includes) {
+        if (seen.ieqIds.count(preset) == 0) {
+            const std::string name(preset);
+            mIterator.reportAt(line, kWarning, "include",
+                               "<include preset=" + quoted(name) + "> names no preset; it selects the " +
+                                       kPresetTypeNames[getIeqPresetTypeByName(name)] + " curve by its name");
+        }
     }
 }
 
@@ -161,99 +235,221 @@ std::string TuningFileParser::parseVersion() {
     return version;
 }
 
-void TuningFileParser::parsePreset(Records& records) {
+void TuningFileParser::parsePreset(Records& records, Seen& seen) {
     const std::string id = attribute("id");
     const std::string type = attribute("type");
     const int line = mIterator.getLine();
+    // Without both attributes only that is reported: nothing else of the
+    // preset can be named.
+    const bool named = mIterator.hasAttribute("id") && mIterator.hasAttribute("type");
+    if (!named) {
+        mIterator.report(kError, "attribute", "preset " + quoted(id) + " lacks its id or its type");
+    }
+    // A body of another type than the preset's is skipped.
+    const auto isBody = [&](TagIterator& child) {
+        if (child.getNodeName() == type) {
+            return true;
+        }
+        if (named) {
+            child.report(kError, "preset", "preset " + quoted(id) + " of type " + quoted(type) + " holds <" +
+                                                   child.getNodeName() + ">, which is skipped: its curve would be empty");
+        }
+        return false;
+    };
+    const auto reportBodies = [&]() { NodeParseUtils::forEachChildElement(mIterator, isBody); };
     if (type == "ieq") {
         const PresetType kind = getIeqPresetTypeByName(id);
         IeqPreset* preset = records.keep(std::make_unique<IeqPreset>(kind), records.ieqPresets);
         preset->set(ieq_id, {kind});
-        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator&) { applySetter(*preset, "IEQ preset"); });
+        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
+            if (isBody(child)) {
+                applySetter(*preset, "IEQ preset", nullptr, nullptr);
+            }
+        });
         ++records.numIeqPresets;
+        if (!named) {
+            return;
+        }
+        size_t words = 0;
+        for (const char* word : kPresetTypeNames) {
+            words += id.find(word) != std::string::npos ? 1 : 0;
+        }
+        if (words == 0 || id.size() < 3) {
+            mIterator.report(kWarning, "preset", "IEQ preset " + quoted(id) +
+                                                         " names no preset type (off, detailed, balanced, warm); "
+                                                         "it is taken as off");
+        } else if (words > 1) {
+            mIterator.report(kWarning, "preset", "IEQ preset " + quoted(id) +
+                                                         " names several preset types; it is taken as " +
+                                                         kPresetTypeNames[kind]);
+        }
+        auto [previous, added] = seen.ieqTypeLines.emplace(kind, line);
+        if (!added) {
+            mIterator.report(kError, "preset", "IEQ preset " + quoted(id) + " is taken as " + kPresetTypeNames[kind] +
+                                                       ", like the one at line " + std::to_string(previous->second) +
+                                                       "; give one preset of each type");
+        }
+        seen.ieqIds.emplace(id);
     } else if (type == "geq") {
         // A GEQ preset belongs to the profile whose number is its id.
         int32_t profileId = 0;
         if (!IntegerText::toInt32Strict(id, profileId) || profileId < 0) {
-            ALOGE("GEQ preset at line %d: id \"%s\" is not a profile number, skipped", line, id.c_str());
+            reportBodies();
+            if (named) {
+                mIterator.report(kError, "preset",
+                                 "GEQ preset id " + quoted(id) + " is not a profile number; the preset is skipped");
+            }
             return;
         }
         GeqPreset* preset = records.keep(std::make_unique<GeqPreset>(profileId), records.geqPresets);
-        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator&) { applySetter(*preset, "GEQ preset"); });
+        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
+            if (isBody(child)) {
+                applySetter(*preset, "GEQ preset", nullptr, nullptr);
+            }
+        });
         ++records.numGeqPresets;
+        auto [previous, added] = seen.geqLines.emplace(profileId, line);
+        if (named && !added) {
+            mIterator.report(kError, "preset", "a second GEQ preset for profile " + id + " (first at line " +
+                                                       std::to_string(previous->second) + ")");
+        }
     } else {
-        ALOGE("preset \"%s\" at line %d: unknown type \"%s\", skipped", id.c_str(), line, type.c_str());
+        reportBodies();
+        if (named) {
+            mIterator.report(kError, "attribute", "preset " + quoted(id) + ": unknown type " + quoted(type) + ", skipped");
+        }
     }
 }
 
-void TuningFileParser::parseProfile(Records& records) {
+void TuningFileParser::parseProfile(Records& records, Seen& seen) {
     const std::string idText = attribute("id");
     const std::string name = attribute("name");
     const bool mobility = attribute("group") == "mobility";
     int32_t id = 0;
     if (!IntegerText::toInt32Strict(idText, id) || id < 0) {
-        ALOGE("profile \"%s\" at line %d: id \"%s\" is not a profile number, skipped", name.c_str(),
-              mIterator.getLine(), idText.c_str());
+        mIterator.report(kError, "attribute", "profile " + quoted(name) + ": id " + quoted(idText) +
+                                                      " is not a profile number, skipped");
         return;
     }
     ++records.numProfiles;
-    if (records.profileNames.count(id) != 0) {
-        ALOGW("profile id %d at line %d is used twice; the name \"%s\" wins", id, mIterator.getLine(), name.c_str());
+    auto [first, added] = seen.profileLines.emplace(id, mIterator.getLine());
+    if (!added) {
+        mIterator.report(kError, "profile", "profile id " + std::to_string(id) + " is used again (first at line " +
+                                                    std::to_string(first->second) +
+                                                    "); the later name is reported for it");
     }
     records.profileNames[id] = name;
     Profile* profile = records.keep(std::make_unique<Profile>(id, name, mobility), records.profiles);
+    const RecordName recordName{"profile", id, nullptr};
+    Given given;
+    std::pmr::map<std::pmr::string, int> endpoints(seen.profileLines.get_allocator());
     NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
         if (child.getNodeName() == "endpoint_type") {
-            parseProfileEndpoint(records, id);
+            const std::string endpoint = attribute("id");
+            auto [earlier, isNew] = endpoints.emplace(endpoint, child.getLine());
+            if (!isNew) {
+                child.report(kError, "profile", recordName.text() + " gives endpoint " + quoted(endpoint) +
+                                                        " again (first at line " + std::to_string(earlier->second) +
+                                                        ")");
+            }
+            parseProfileEndpoint(records, seen, id);
         } else {
-            applySetter(*profile, "profile");
+            applySetter(*profile, "profile", &recordName, &given);
         }
     });
+    reportMissing(Profile::kValidParams, recordName, given);
+    for (const char* endpoint : kEndpointIds) {
+        if (endpoints.count(endpoint) == 0) {
+            mIterator.report(kError, "profile", recordName.text() + " has no endpoint_type " + quoted(endpoint) +
+                                                        "; the service needs all three");
+        }
+    }
 }
 
-void TuningFileParser::parseProfileEndpoint(Records& records, int32_t profileId) {
+void TuningFileParser::parseProfileEndpoint(Records& records, Seen& seen, int32_t profileId) {
     const std::string id = attribute("id");
+    const RecordName recordName{"endpoint", profileId, &id};
     Endpoint endpoint = ENDPOINT_OTHER;
     if (id == "speaker") {
         endpoint = ENDPOINT_SPEAKER;
     } else if (id == "headphone") {
         endpoint = ENDPOINT_HEADPHONE;
     } else if (id != "other") {
-        ALOGW("profile %d, line %d: endpoint \"%s\" taken as \"other\"", profileId, mIterator.getLine(), id.c_str());
+        mIterator.report(kWarning, "attribute", recordName.text() + " is taken as \"other\"");
     }
     // Only a first child element "include" names the selected IEQ preset.
     std::string presetName;
+    bool included = false;
     mIterator.pushNode();
     if (mIterator.firstChildElement() && mIterator.getNodeName() == "include") {
         presetName = attribute("preset");
+        included = true;
+        seen.includes.emplace_back(mIterator.getLine(), std::pmr::string(presetName, seen.includes.get_allocator()));
     }
     mIterator.popNode();
+    if (!included) {
+        // An endpoint that turns its IEQ off needs no curve.
+        bool ieqOff = false;
+        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
+            if (child.getNodeName() == "ieq-enable") {
+                const std::string value = attribute("value");
+                ieqOff = value == "false" || value == "0";
+            }
+        });
+        if (!ieqOff) {
+            mIterator.report(kWarning, "include",
+                             recordName.text() + " has no <include> first; it selects the off IEQ preset");
+        }
+    }
     const PresetType preset = getIeqPresetTypeByName(presetName);
 
     ProfileEndpoint* record = records.keep(std::make_unique<ProfileEndpoint>(profileId, endpoint, preset),
                                            records.profileEndpoints);
     record->setDirty(true);
+    Given given;
     NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
         if (child.getNodeName() != "include") {
-            applySetter(*record, "profile endpoint");
+            applySetter(*record, "profile endpoint", &recordName, &given);
         }
     });
+    reportMissing(ProfileEndpoint::kValidParams, recordName, given);
 }
 
-void TuningFileParser::parseTuning(Records& records) {
+void TuningFileParser::parseTuning(Records& records, Seen& seen) {
     const std::string name = attribute("name");
     const std::string endpointName = attribute("endpoint_type");
     const bool mono = attribute("mono_device") == "true";
-    const Values orientationValues = IntegerText::toList(attribute("orientation"));
-    const Values channels = IntegerText::toList(attribute("output_channels"));
+    const std::string orientationText = attribute("orientation");
+    bool wholeOrientation = true;
+    const Values orientationValues = IntegerText::toList(orientationText, &wholeOrientation);
+    const std::string channelsText = attribute("output_channels");
+    bool wholeChannels = true;
+    const Values channels = IntegerText::toList(channelsText, &wholeChannels);
+    const RecordName recordName{"tuning", 0, &name};
 
+    if (!name.empty()) {
+        auto [first, added] = seen.tuningLines.emplace(name, mIterator.getLine());
+        if (!added) {
+            mIterator.report(kError, "duplicate", "tuning name " + quoted(name) + " is used again (first at line " +
+                                                          std::to_string(first->second) +
+                                                          "); its devices would find the first one");
+        }
+    }
+    NodeParseUtils::reportClamped(mIterator, "orientation", orientationText);
+    if (!wholeOrientation) {
+        NodeParseUtils::reportStop(mIterator, "orientation", orientationText, orientationValues.size());
+    }
+    NodeParseUtils::reportClamped(mIterator, "output_channels", channelsText);
+    if (!wholeChannels) {
+        NodeParseUtils::reportStop(mIterator, "output_channels", channelsText, channels.size());
+    }
     Endpoint endpoint = ENDPOINT_SPEAKER;
     auto known = Tuning::kEndpNameToEndpoint.find(endpointName);
     if (known != Tuning::kEndpNameToEndpoint.end()) {
         endpoint = known->second;
     } else {
-        ALOGW("tuning \"%s\" at line %d: endpoint \"%s\" taken as \"speaker\"", name.c_str(), mIterator.getLine(),
-              endpointName.c_str());
+        mIterator.report(kWarning, "attribute", recordName.text() + ": endpoint " + quoted(endpointName) +
+                                                        " taken as \"speaker\"");
     }
     Tuning* tuning = records.keep(std::make_unique<Tuning>(name, endpoint, mono), records.tunings);
     tuning->set(orientation, orientationValues);
@@ -263,46 +459,100 @@ void TuningFileParser::parseTuning(Records& records) {
     NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
         const std::string childName = child.getNodeName();
         if (childName == "device_id") {
-            parseDeviceTuning(records, name);
+            parseDeviceTuning(records, seen, name);
         } else if (childName == "data") {
             if (hasData) {
-                ALOGW("tuning \"%s\": extra <data> at line %d ignored", name.c_str(), child.getLine());
+                child.report(kWarning, "element", recordName.text() + ": extra <data> ignored");
                 return;
             }
             hasData = true;
-            NodeParseUtils::forEachChildElement(child, [&](TagIterator&) { applySetter(*tuning, "tuning"); });
+            Given given;
+            NodeParseUtils::forEachChildElement(child, [&](TagIterator&) {
+                applySetter(*tuning, "tuning", &recordName, &given);
+            });
+            reportMissing(Tuning::kValidParams, recordName, given);
         } else {
-            ALOGD("tuning \"%s\": skipping <%s> at line %d", name.c_str(), childName.c_str(), child.getLine());
+            child.report(kWarning, "element", recordName.text() + ": <" + childName + "> skipped");
         }
     });
     if (!hasData) {
-        ALOGE("There is no <data> in Tuning section");
+        mIterator.report(kError, "element", recordName.text() + " has no <data>; its parameters are stored empty");
     }
     ++records.numTunings;
 }
 
-void TuningFileParser::parseDeviceTuning(Records& records, const std::string& tuningName) {
-    auto deviceTuning = std::make_unique<DeviceTuning>(attribute("id"), attribute("endpoint_port"), tuningName);
+void TuningFileParser::parseDeviceTuning(Records& records, Seen& seen, const std::string& tuningName) {
+    const std::string id = attribute("id");
+    auto [first, added] = seen.deviceLines.emplace(id, mIterator.getLine());
+    if (!added) {
+        mIterator.report(kError, "duplicate", "device " + quoted(id) + " is given again (first at line " +
+                                                      std::to_string(first->second) +
+                                                      "); only one of them can be selected");
+    }
+    auto deviceTuning = std::make_unique<DeviceTuning>(id, attribute("endpoint_port"), tuningName);
     deviceTuning->setDirty(true);
     records.deviceTunings.insert(deviceTuning.get());
     records.ownedDeviceTunings.push_back(std::move(deviceTuning));
 }
 
-void TuningFileParser::applySetter(ParameterValues& record, const char* recordKind) {
+void TuningFileParser::applySetter(ParameterValues& record, const char* recordKind, const RecordName* recordName,
+                                   Given* given) {
     const std::string name = mIterator.getNodeName();
     const ValueSetter* setter = getSetterCollection().getValueSetter(name);
     if (setter == nullptr) {
-        ALOGD("skipping <%s> at line %d: not a parameter", name.c_str(), mIterator.getLine());
+        mIterator.report(kWarning, "element", "<" + name + "> is not a parameter; skipped");
         return;
     }
     // A parameter in the wrong record would have no column to be stored in.
     for (Parameter parameter : setter->getParameters()) {
         if (record.getValidParams().count(parameter) == 0) {
-            ALOGW("<%s> at line %d does not belong in a %s, skipped", name.c_str(), mIterator.getLine(), recordKind);
+            mIterator.report(kWarning, "element",
+                             "<" + name + "> does not belong in a " + recordKind + "; skipped");
             return;
         }
     }
+    const size_t index = setterIndex(setter);
+    if (given != nullptr && index < given->size()) {
+        if (given->test(index)) {
+            mIterator.report(kWarning, "duplicate", "<" + name + "> is given again in " + recordName->text() +
+                                                            "; the later value wins");
+        }
+        given->set(index);
+    }
     setter->set(record, mIterator);
+}
+
+size_t TuningFileParser::setterIndex(const ValueSetter* setter) {
+    const auto& all = SetterCollection::kAllValueSetters;
+    return static_cast<size_t>(std::distance(all.begin(), all.find(setter)));
+}
+
+void TuningFileParser::reportMissing(const ParameterSet& valid, const RecordName& recordName, const Given& given) {
+    // Counted first: the list is built only for a report.
+    const auto isMissing = [&](const ValueSetter* setter) {
+        const std::vector<Parameter>& parameters = setter->getParameters();
+        const size_t index = setterIndex(setter);
+        return index < given.size() && !given.test(index) &&
+               std::all_of(parameters.begin(), parameters.end(),
+                           [&](Parameter parameter) { return valid.count(parameter) != 0; });
+    };
+    const auto& all = SetterCollection::kAllValueSetters;
+    if (std::none_of(all.begin(), all.end(), isMissing)) {
+        return;
+    }
+    std::vector<std::string> missing;
+    for (const ValueSetter* setter : all) {
+        if (isMissing(setter)) {
+            missing.push_back(setter->getNodeName());
+        }
+    }
+    std::sort(missing.begin(), missing.end());
+    std::string list;
+    for (const std::string& name : missing) {
+        list += (list.empty() ? "<" : ", <") + name + ">";
+    }
+    mIterator.report(kWarning, "missing", recordName.text() + " has no " + list +
+                                                  (missing.size() == 1 ? "; it" : "; they") + " would be stored empty");
 }
 
 }  // namespace orvan

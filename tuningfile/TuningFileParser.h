@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <map>
 #include <memory>
 #include <set>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "model/DeviceData.h"
+#include "tuningfile/ParseDiagnostics.h"
 #include "tuningfile/SetterCollection.h"
 #include "tuningfile/TagIterator.h"
 
@@ -27,6 +29,10 @@ public:
     // 0 on success, with a new data set replacing the previous one; -22 when
     // the file cannot be read or parsed, keeping the previous data set.
     int setTuningFile(const std::string& path);
+    // Where the parser reports what it skips, rejects or reads otherwise than
+    // written; null (the default) logs each report. Not owned; it must
+    // outlive the parses it hears.
+    void setDiagnostics(ParseDiagnostics* diagnostics) { mIterator.setDiagnostics(diagnostics); }
     // Whether some parse has succeeded.
     bool isParsed() const { return mParsed; }
     // The data set of the last successful parse, or null.
@@ -43,17 +49,27 @@ public:
 
 private:
     struct Records;
+    // What the parse has seen so far, for the reports that compare elements.
+    struct Seen;
+    struct RecordName;
+    // The setters a record's elements used, by their place in the collection.
+    using Given = std::bitset<256>;
 
     void parseTuningFile(Records& records);
     std::string parseVersion();
-    void parsePreset(Records& records);
-    void parseProfile(Records& records);
-    void parseProfileEndpoint(Records& records, int32_t profileId);
-    void parseTuning(Records& records);
-    void parseDeviceTuning(Records& records, const std::string& tuningName);
+    void parsePreset(Records& records, Seen& seen);
+    void parseProfile(Records& records, Seen& seen);
+    void parseProfileEndpoint(Records& records, Seen& seen, int32_t profileId);
+    void parseTuning(Records& records, Seen& seen);
+    void parseDeviceTuning(Records& records, Seen& seen, const std::string& tuningName);
+    void reportCrossReferences(const Seen& seen);
     // Fills `record` from the element under the iterator when it names one of
-    // the record's parameters.
-    void applySetter(ParameterValues& record, const char* recordKind);
+    // the record's parameters. With `given`, a parameter given twice is
+    // reported under `recordName` (null for a preset, whose repeats are not).
+    void applySetter(ParameterValues& record, const char* recordKind, const RecordName* recordName, Given* given);
+    // Reports the parameters of `valid` that no element of the record gave.
+    void reportMissing(const ParameterSet& valid, const RecordName& recordName, const Given& given);
+    static size_t setterIndex(const ValueSetter* setter);
     std::string attribute(const char* name) const;
 
     TagIterator mIterator;

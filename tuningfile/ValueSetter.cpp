@@ -1,8 +1,3 @@
-// The value setters share this file and the "ValueSetter" log tag.
-#define LOG_TAG "ValueSetter"
-
-#include <log/log.h>
-
 #include "tuningfile/AudioOptimizerValueSetter.h"
 #include "tuningfile/DrcRowDataValueSetter.h"
 #include "tuningfile/GeqValueSetter.h"
@@ -36,6 +31,8 @@ void RowDataValueSetter::set(ParameterValues& values, TagIterator& it) const {
 void DrcRowDataValueSetter::set(ParameterValues& values, TagIterator& it) const {
     Values row = NodeParseUtils::parseDataRow(it);
     if (row.empty()) {
+        it.report(ParseDiagnostics::Severity::WARNING, "number",
+                  "<" + it.getNodeName() + "> holds no number; it reads as 0");
         row.push_back(0);
     }
     values.set(getParameters()[0], row);
@@ -46,6 +43,20 @@ void MixMatrixValueSetter::set(ParameterValues& values, TagIterator& it) const {
 }
 
 void VirtualBassSubgainValueSetter::set(ParameterValues& values, TagIterator& it) const {
+    std::vector<std::pair<std::string, std::string>> attributes;
+    it.parseNodeAttributes(attributes);
+    const std::string element = "<" + it.getNodeName() + ">";
+    if (attributes.empty()) {
+        it.report(ParseDiagnostics::Severity::ERROR, "value", element + " has no gain; it would be stored empty");
+    }
+    for (const auto& [name, text] : attributes) {
+        int32_t value = 0;
+        if (!IntegerText::toInt32Strict(text, value)) {
+            it.report(ParseDiagnostics::Severity::ERROR, "value",
+                      element + " " + name + "=\"" + text + "\" is not a 32-bit number; it reads as " +
+                              std::to_string(IntegerText::toInt32(text)));
+        }
+    }
     Values gains;
     it.parseNodeIntVector(gains);
     values.set(getParameters()[0], gains);
@@ -67,7 +78,8 @@ void BandValueSetter::set(ParameterValues& values, TagIterator& it) const {
     std::vector<std::string> lists(names.size());
     NodeParseUtils::forEachChildElement(it, [&](TagIterator& child) {
         if (!band.empty() && child.getNodeName() != band) {
-            ALOGI("No attribute %s was found!", band.c_str());
+            child.report(ParseDiagnostics::Severity::WARNING, "element",
+                         "<" + child.getNodeName() + "> is not a <" + band + ">; skipped");
             return;
         }
         std::vector<std::string> texts;

@@ -24,7 +24,7 @@
 #include "tuningfile/GeqValueSetter.h"
 #include "tuningfile/IeqValueSetter.h"
 #include "tuningfile/IntegerText.h"
-#include "tuningfile/RowDataValueSetter.h"
+#include "tuningfile/ParseDiagnostics.h"
 #include "tuningfile/SetterCollection.h"
 #include "tuningfile/SimpleValueSetter.h"
 #include "tuningfile/TuningFileParser.h"
@@ -48,9 +48,24 @@ using SchemaParserPtr = std::unique_ptr<xmlSchemaParserCtxt, XmlDeleter<xmlSchem
 using SchemaPtr = std::unique_ptr<xmlSchema, XmlDeleter<xmlSchema, xmlSchemaFree>>;
 using ValidatorPtr = std::unique_ptr<xmlSchemaValidCtxt, XmlDeleter<xmlSchemaValidCtxt, xmlSchemaFreeValidCtxt>>;
 
-constexpr const char* kEndpointIds[] = {"speaker", "headphone", "other"};
-// The loader's order of preference when an id names several types.
-constexpr const char* kPresetWords[] = {"off", "balanced", "warm", "detailed"};
+// The parser's reports the checker passes on, under the same rule names. The
+// parser's other rules ("element", "attribute", "number") are what the schema
+// reports in its own words.
+constexpr const char* kParserRules[] = {"preset", "profile", "include", "duplicate", "missing", "value", "version"};
+
+const char* ruleFromParser(const std::string& rule) {
+    for (const char* known : kParserRules) {
+        if (rule == known) {
+            return known;
+        }
+    }
+    return nullptr;
+}
+
+struct ReportCollector : ParseDiagnostics {
+    void report(const Report& report) override { reports.push_back(report); }
+    std::vector<Report> reports;
+};
 
 struct CollectedError {
     int line;
@@ -190,7 +205,6 @@ bool hasBlank(const std::string& text) {
 }  // namespace
 
 struct TuningFileChecker::Records {
-    int formatVersions = 0;
     // The first IEQ preset with its band count; the others should match it.
     std::string firstIeq;
     size_t ieqBands = 0;
@@ -199,11 +213,8 @@ struct TuningFileChecker::Records {
     size_t geqBands = 0;
     std::map<int, xmlNode*> profiles;
     std::map<int, xmlNode*> geqPresets;
-    std::map<PresetType, xmlNode*> ieqTypes;
-    std::set<std::string> ieqIds;
-    std::vector<std::pair<xmlNode*, std::string>> includes;
-    std::map<std::string, xmlNode*> tunings;
-    // Device id to its element, in document order of first use.
+    std::set<PresetType> ieqTypes;
+    // Device id to its first element.
     std::map<std::string, xmlNode*> devices;
 };
 
@@ -225,7 +236,24 @@ int TuningFileChecker::warningCount() const {
 }
 
 void TuningFileChecker::add(int line, bool isError, const char* rule, const std::string& message, int column) {
-    mProblems.push_back({line, column, isError, rule, message});
+    mProblems.push_back({line, column, isError, rule, message, groupOf(rule)});
+}
+
+int TuningFileChecker::groupOf(const char* rule) {
+    // Within a line: what the schema says, then the names and band counts of
+    // the element, then the parser's reports, then client ranges, then what
+    // holds elements against each other, then the pair.
+    const std::string name = rule;
+    if (name == "read" || name == "xml" || name == "schema") {
+        return 0;
+    }
+    if (name == "bands" || name == "name") {
+        return 1;
+    }
+    if (name == "range") {
+        return 3;
+    }
+    return name == "pair" ? 5 : 4;
 }
 
 void TuningFileChecker::error(xmlNode* node, const char* rule, const std::string& message) {
@@ -237,8 +265,9 @@ void TuningFileChecker::warning(xmlNode* node, const char* rule, const std::stri
 }
 
 void TuningFileChecker::sortProblems() {
-    std::stable_sort(mProblems.begin(), mProblems.end(),
-                     [](const Problem& a, const Problem& b) { return a.line < b.line; });
+    std::stable_sort(mProblems.begin(), mProblems.end(), [](const Problem& a, const Problem& b) {
+        return a.line != b.line ? a.line < b.line : a.group < b.group;
+    });
 }
 
 TuningFileChecker::Outcome TuningFileChecker::check(const std::string& path) {
@@ -273,6 +302,7 @@ TuningFileChecker::Outcome TuningFileChecker::check(const std::string& path) {
         return Outcome::MALFORMED;
     }
     validateSchema(document.get());
+    takeParserReports(path);
     checkContent(xmlDocGetRootElement(document.get()));
     sortProblems();
     return Outcome::CHECKED;
@@ -300,6 +330,20 @@ void TuningFileChecker::validateSchema(xmlDoc* document) {
     }
 }
 
+void TuningFileChecker::takeParserReports(const std::string& path) {
+    ReportCollector collector;
+    TuningFileParser parser;
+    parser.setDiagnostics(&collector);
+    parser.setTuningFile(path);
+    for (const ParseDiagnostics::Report& report : collector.reports) {
+        const char* rule = ruleFromParser(report.rule);
+        if (rule != nullptr) {
+            mProblems.push_back({report.line, 0, report.severity == ParseDiagnostics::Severity::ERROR, rule,
+                                 report.message, kFromParser});
+        }
+    }
+}
+
 void TuningFileChecker::checkContent(xmlNode* root) {
     const std::vector<xmlNode*> children = childElements(root);
     mExtraFile = std::none_of(children.begin(), children.end(), [](xmlNode* child) {
@@ -310,7 +354,6 @@ void TuningFileChecker::checkContent(xmlNode* root) {
     for (xmlNode* child : children) {
         const std::string name = nameOf(child);
         if (name == "format_version") {
-            ++records.formatVersions;
             // As the loader joins it; the last one counts.
             mFormatVersion = attribute(child, "major").value_or("") + "." + attribute(child, "minor").value_or("") +
                              "." + attribute(child, "maintenance").value_or("");
@@ -333,45 +376,15 @@ void TuningFileChecker::checkPreset(xmlNode* node, Records& records) {
         return;  // the schema reports it
     }
     for (xmlNode* body : childElements(node)) {
-        if (nameOf(body) != *type) {
-            error(body, "preset", "preset " + quoted(*id) + " of type " + quoted(*type) + " holds <" + nameOf(body) +
-                                          ">, which is skipped: its curve would be empty");
-        } else {
+        if (nameOf(body) == *type) {
             checkBands(node, *id, body, records);
         }
     }
+    int profileId = 0;
     if (*type == "ieq") {
-        std::vector<std::string> words;
-        for (const char* word : kPresetWords) {
-            if (id->find(word) != std::string::npos) {
-                words.push_back(word);
-            }
-        }
-        const PresetType kind = TuningFileParser::getIeqPresetTypeByName(*id);
-        if (words.empty() || id->size() < 3) {
-            warning(node, "preset", "IEQ preset " + quoted(*id) + " names no preset type (off, detailed, balanced, warm); "
-                          "it is taken as off");
-        } else if (words.size() > 1) {
-            warning(node, "preset", "IEQ preset " + quoted(*id) + " names several preset types; it is taken as " +
-                              kPresetTypeNames[kind]);
-        }
-        auto [previous, added] = records.ieqTypes.emplace(kind, node);
-        if (!added) {
-            error(node, "preset", "IEQ preset " + quoted(*id) + " is taken as " + kPresetTypeNames[kind] + ", like the one at line " +
-                            std::to_string(lineOf(previous->second)) + "; give one preset of each type");
-        }
-        records.ieqIds.insert(*id);
-    } else if (*type == "geq") {
-        int profileId = 0;
-        if (!readProfileNumber(id, &profileId)) {
-            error(node, "preset", "GEQ preset id " + quoted(*id) + " is not a profile number; the preset is skipped");
-            return;
-        }
-        auto [previous, added] = records.geqPresets.emplace(profileId, node);
-        if (!added) {
-            error(node, "preset", "a second GEQ preset for profile " + *id + " (first at line " +
-                            std::to_string(lineOf(previous->second)) + ")");
-        }
+        records.ieqTypes.insert(TuningFileParser::getIeqPresetTypeByName(*id));
+    } else if (*type == "geq" && readProfileNumber(id, &profileId)) {
+        records.geqPresets.emplace(profileId, node);
     }
 }
 
@@ -380,53 +393,14 @@ void TuningFileChecker::checkProfile(xmlNode* node, Records& records) {
     if (!readProfileNumber(attribute(node, "id"), &id)) {
         return;  // the schema reports it
     }
-    auto [previous, added] = records.profiles.emplace(id, node);
-    if (!added) {
-        error(node, "profile", "profile id " + std::to_string(id) + " is used again (first at line " +
-                        std::to_string(lineOf(previous->second)) + "); the later name is reported for it");
-    }
-    const std::string record = "profile " + std::to_string(id);
-    checkParameters(node, "profile", record, {"endpoint_type"});
-
-    std::map<std::string, xmlNode*> endpoints;
+    records.profiles.emplace(id, node);
+    checkParameters(node, "profile", {"endpoint_type"});
     for (xmlNode* child : childElements(node)) {
-        if (nameOf(child) != "endpoint_type") {
-            continue;
-        }
-        const std::string endpoint = attribute(child, "id").value_or("");
-        auto [first, isNew] = endpoints.emplace(endpoint, child);
-        if (!isNew) {
-            error(child, "profile", record + " gives endpoint " + quoted(endpoint) + " again (first at line " +
-                             std::to_string(lineOf(first->second)) + ")");
-        }
-        checkEndpoint(child, id, records);
-    }
-    for (const char* endpoint : kEndpointIds) {
-        if (endpoints.count(endpoint) == 0) {
-            error(node, "profile", record + " has no endpoint_type " + quoted(endpoint) + "; the service needs all three");
+        if (nameOf(child) == "endpoint_type") {
+            checkParameters(child, "profile endpoint", {"include"},
+                            endpointOf(attribute(child, "id").value_or("")));
         }
     }
-}
-
-void TuningFileChecker::checkEndpoint(xmlNode* node, int profileId, Records& records) {
-    const std::string endpoint = attribute(node, "id").value_or("");
-    const std::string record = "profile " + std::to_string(profileId) + " endpoint " + quoted(endpoint);
-    const std::vector<xmlNode*> children = childElements(node);
-    if (!children.empty() && nameOf(children[0]) == "include") {
-        records.includes.emplace_back(children[0], attribute(children[0], "preset").value_or(""));
-    } else {
-        bool ieqOff = false;
-        for (xmlNode* child : children) {
-            if (nameOf(child) == "ieq-enable") {
-                const std::string value = attribute(child, "value").value_or("");
-                ieqOff = value == "false" || value == "0";
-            }
-        }
-        if (!ieqOff) {
-            warning(node, "include", record + " has no <include> first; it selects the off IEQ preset");
-        }
-    }
-    checkParameters(node, "profile endpoint", record, {"include"}, endpointOf(endpoint));
 }
 
 void TuningFileChecker::checkTuning(xmlNode* node, Records& records) {
@@ -434,28 +408,16 @@ void TuningFileChecker::checkTuning(xmlNode* node, Records& records) {
     if (!name.empty()) {
         checkName(node, "tuning", name);
         mTunings.emplace(name, lineOf(node));
-        auto [previous, added] = records.tunings.emplace(name, node);
-        if (!added) {
-            error(node, "duplicate", "tuning name " + quoted(name) + " is used again (first at line " +
-                            std::to_string(lineOf(previous->second)) + "); its devices would find the first one");
-        }
-    }
-    for (const char* list : {"orientation", "output_channels"}) {
-        checkNumbers(node, list, attribute(node, list).value_or(""));
     }
     for (xmlNode* child : childElements(node)) {
         const std::string childName = nameOf(child);
         if (childName == "data") {
-            checkParameters(child, "tuning", "tuning " + quoted(name), {});
+            checkParameters(child, "tuning", {});
         } else if (childName == "device_id") {
             const std::string device = attribute(child, "id").value_or("");
             checkName(child, "device", device);
             mDevices.emplace(device, Device{lineOf(child), attribute(child, "endpoint_port").value_or(""), name});
-            auto [previous, added] = records.devices.emplace(device, child);
-            if (!added) {
-                error(child, "duplicate", "device " + quoted(device) + " is given again (first at line " +
-                                 std::to_string(lineOf(previous->second)) + "); only one of them can be selected");
-            }
+            records.devices.emplace(device, child);
         }
     }
 }
@@ -472,100 +434,21 @@ void TuningFileChecker::checkName(xmlNode* node, const char* what, const std::st
     }
 }
 
-void TuningFileChecker::checkParameters(xmlNode* parent, const char* recordKind, const std::string& recordName,
+void TuningFileChecker::checkParameters(xmlNode* parent, const char* recordKind,
                                         const std::vector<std::string>& skipped, int endpoint) {
     const ParameterSet& valid = validParamsOf(recordKind);
     const SetterCollection& setters = TuningFileParser::getSetterCollection();
-    std::set<const ValueSetter*> seen;
     for (xmlNode* child : childElements(parent)) {
         const std::string name = nameOf(child);
         const ValueSetter* setter = setters.getValueSetter(name);
-        if (std::find(skipped.begin(), skipped.end(), name) != skipped.end() || setter == nullptr ||
-            !belongsTo(*setter, valid)) {
-            continue;  // unknown or misplaced elements are the schema's to report
-        }
-        if (!seen.insert(setter).second) {
-            warning(child, "duplicate", "<" + name + "> is given again in " + recordName + "; the later value wins");
-        }
-        checkValue(child);
-        checkClientRange(child, recordKind, endpoint);
-    }
-    std::vector<std::string> missing;
-    for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
-        if (belongsTo(*setter, valid) && seen.count(setter) == 0) {
-            missing.push_back(setter->getNodeName());
-        }
-    }
-    if (missing.empty()) {
-        return;
-    }
-    std::sort(missing.begin(), missing.end());
-    std::string list;
-    for (const std::string& name : missing) {
-        list += (list.empty() ? "<" : ", <") + name + ">";
-    }
-    warning(parent, "missing", recordName + " has no " + list + (missing.size() == 1 ? "; it" : "; they") +
-                        " would be stored empty");
-}
-
-void TuningFileChecker::checkValue(xmlNode* element) {
-    const std::string name = nameOf(element);
-    const ValueSetter* setter = TuningFileParser::getSetterCollection().getValueSetter(name);
-    if (name == "output-mode") {
-        const std::string text = attribute(element, "value").value_or("");
-        checkNumbers(element, name, text);
-        std::set<size_t> lengths;
-        size_t start = 0;
-        while (start <= text.size()) {
-            const size_t end = std::min(text.find(';', start), text.size());
-            const std::string row = text.substr(start, end - start);
-            start = end + 1;
-            if (row.find_first_not_of(" \t\r\n") != std::string::npos) {
-                lengths.insert(IntegerText::toList(row).size());
-            }
-        }
-        if (lengths.size() > 1) {
-            error(element, "value", "the rows of <output-mode> differ in length; the matrix would be stored empty");
-        }
-    } else if (name == "virtual-bass-subgains") {
-        if (element->properties == nullptr) {
-            error(element, "value", "<virtual-bass-subgains> has no gain; it would be stored empty");
-        }
-        for (xmlAttr* gain = element->properties; gain != nullptr; gain = gain->next) {
-            const std::string gainName = reinterpret_cast<const char*>(gain->name);
-            const std::string text = attribute(element, gainName.c_str()).value_or("");
-            int32_t value = 0;
-            if (!IntegerText::toInt32Strict(text, value)) {
-                error(element, "value", "<virtual-bass-subgains> " + gainName + "=" + quoted(text) +
-                                   " is not a 32-bit number; it reads as " + std::to_string(IntegerText::toInt32(text)));
-            }
-        }
-    } else if (dynamic_cast<const RowDataValueSetter*>(setter) != nullptr) {
-        checkNumbers(element, name, attribute(element, "value").value_or(""));
-    }
-}
-
-void TuningFileChecker::checkNumbers(xmlNode* element, const std::string& what, const std::string& text) {
-    for (size_t pos = 0; pos < text.size();) {
-        int32_t value = 0;
-        bool fits = true;
-        if (!IntegerText::read(text, pos, value, &fits)) {
-            ++pos;
-            continue;
-        }
-        if (!fits) {
-            error(element, "value", what + " holds a number beyond 32 bits; it would be clamped to " + std::to_string(value));
-            return;
+        if (std::find(skipped.begin(), skipped.end(), name) == skipped.end() && setter != nullptr &&
+            belongsTo(*setter, valid)) {
+            checkClientRange(child, recordKind, endpoint);
         }
     }
 }
 
 void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
-    if (records.formatVersions == 0) {
-        error(root, "version", "no <format_version>; an OEM extra file is only merged when both versions are equal");
-    } else if (records.formatVersions > 1) {
-        warning(root, "version", "<format_version> is given more than once; the last one counts");
-    }
     for (const auto& [device, node] : records.devices) {
         const std::string port = attribute(node, "endpoint_port").value_or("");
         if (device.rfind("default_", 0) == 0 && device != "default_" + port) {
@@ -576,15 +459,7 @@ void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
     if (mExtraFile) {
         return;
     }
-    if (!records.profiles.empty()) {
-        const int count = static_cast<int>(records.profiles.size());
-        for (const auto& [id, node] : records.profiles) {
-            if (id >= count) {
-                error(node, "profile", "profile id " + std::to_string(id) + " leaves a gap: ids must run from 0 to " +
-                                std::to_string(count - 1));
-            }
-        }
-    } else {
+    if (records.profiles.empty()) {
         error(root, "profile", "no profile: the service has nothing to offer");
     }
     for (const auto& [id, node] : records.geqPresets) {
@@ -601,12 +476,6 @@ void TuningFileChecker::checkCrossReferences(xmlNode* root, Records& records) {
         if (records.ieqTypes.count(static_cast<PresetType>(type)) == 0) {
             warning(root, "preset", std::string("no IEQ preset of type ") + kPresetTypeNames[type] +
                               "; an endpoint selecting it would get an empty curve");
-        }
-    }
-    for (const auto& [node, preset] : records.includes) {
-        if (records.ieqIds.count(preset) == 0) {
-            warning(node, "include", "<include preset=" + quoted(preset) + "> names no preset; it selects the " +
-                              kPresetTypeNames[TuningFileParser::getIeqPresetTypeByName(preset)] + " curve by its name");
         }
     }
     for (const char* port : kPortNames) {
