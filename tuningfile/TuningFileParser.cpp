@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory_resource>
+#include <map>
+#include <set>
+#include <vector>
 
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/NodeParseUtils.h"
@@ -52,23 +54,17 @@ struct TuningFileParser::Records {
     }
 };
 
-// Where earlier elements stood, for the reports that compare elements. It
-// lives in its own memory: storage lists records in the order of their
-// addresses, which allocations between them on the heap would change.
+// Where earlier elements stood, for the reports that compare elements.
 struct TuningFileParser::Seen {
-    explicit Seen(std::pmr::memory_resource* memory)
-        : profileLines(memory), ieqTypeLines(memory), geqLines(memory), ieqIds(memory), includes(memory),
-          tuningLines(memory), deviceLines(memory) {}
-
     int formatVersions = 0;
-    std::pmr::map<int32_t, int> profileLines;
-    std::pmr::map<PresetType, int> ieqTypeLines;
-    std::pmr::map<int32_t, int> geqLines;
-    std::pmr::set<std::pmr::string> ieqIds;
+    std::map<int32_t, int> profileLines;
+    std::map<PresetType, int> ieqTypeLines;
+    std::map<int32_t, int> geqLines;
+    std::set<std::string> ieqIds;
     // The line of each <include> that selects an IEQ preset, and the name it gives.
-    std::pmr::vector<std::pair<int, std::pmr::string>> includes;
-    std::pmr::map<std::pmr::string, int> tuningLines;
-    std::pmr::map<std::pmr::string, int> deviceLines;
+    std::vector<std::pair<int, std::string>> includes;
+    std::map<std::string, int> tuningLines;
+    std::map<std::string, int> deviceLines;
 };
 
 // Names a record for a report; built only when one is made.
@@ -172,10 +168,7 @@ std::string TuningFileParser::attribute(const char* name) const {
 }
 
 void TuningFileParser::parseTuningFile(Records& records) {
-    // Enough for a factory file; a larger one takes more from the heap.
-    alignas(std::max_align_t) static thread_local std::byte sMemory[32 * 1024];
-    std::pmr::monotonic_buffer_resource memory(sMemory, sizeof(sMemory));
-    Seen seen(&memory);
+    Seen seen;
     for (; mIterator.isCurValid(); mIterator.next()) {
         if (!mIterator.isElementNode()) {
             continue;
@@ -342,7 +335,7 @@ void TuningFileParser::parseProfile(Records& records, Seen& seen) {
     Profile* profile = records.keep(std::make_unique<Profile>(id, name, mobility), records.profiles);
     const RecordName recordName{"profile", id, nullptr};
     Given given;
-    std::pmr::map<std::pmr::string, int> endpoints(seen.profileLines.get_allocator());
+    std::map<std::string, int> endpoints;
     NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
         if (child.getNodeName() == "endpoint_type") {
             const std::string endpoint = attribute("id");
@@ -384,7 +377,7 @@ void TuningFileParser::parseProfileEndpoint(Records& records, Seen& seen, int32_
     if (mIterator.firstChildElement() && mIterator.getNodeName() == "include") {
         presetName = attribute("preset");
         included = true;
-        seen.includes.emplace_back(mIterator.getLine(), std::pmr::string(presetName, seen.includes.get_allocator()));
+        seen.includes.emplace_back(mIterator.getLine(), presetName);
     }
     mIterator.popNode();
     if (!included) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -42,29 +43,35 @@ std::string showDatabase(const std::string& path) {
     }
     sqlite3_finalize(statement);
     for (const std::string& table : tables) {
-        // Tuning and device tuning rows are inserted in the order of the
-        // parsed records' addresses, which differs between builds and even
-        // between runs; their ids follow that order and name nothing.
-        std::string sql = "SELECT * FROM " + table + " ORDER BY rowid";
-        if (table == "device_tunings") {
-            sql = "SELECT custom_name, device, port, tuning_id FROM " + table + " ORDER BY port, device, custom_name";
-        } else if (table == "tunings") {
-            sql = "SELECT * FROM " + table + " ORDER BY custom_name, name";
-        }
-        const bool withoutId = table == "tunings";
+        // The records are inserted in the order of the parsed records'
+        // addresses, which differ between builds and even between runs; their
+        // ids follow that order and name nothing. So records are compared by
+        // content, in text order; the configuration keeps its row order.
+        const bool byContent = table != "configuration";
+        std::vector<std::string> rows;
+        const std::string sql = "SELECT * FROM " + table + " ORDER BY rowid";
         sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW) {
             std::string row = table + ":";
-            for (int column = withoutId ? 1 : 0; column < sqlite3_column_count(statement); ++column) {
+            for (int column = 0; column < sqlite3_column_count(statement); ++column) {
+                const std::string name = sqlite3_column_name(statement, column);
+                if (byContent && name == "_id") {
+                    continue;
+                }
                 const unsigned char* value = sqlite3_column_text(statement, column);
-                row += std::string(" ") + sqlite3_column_name(statement, column) + "=" +
-                       (value != nullptr ? reinterpret_cast<const char*>(value) : "NULL");
+                row += " " + name + "=" + (value != nullptr ? reinterpret_cast<const char*>(value) : "NULL");
             }
             // The default file's signature holds its modification time, new in each root.
             if (row.find(" key=signature value=") != std::string::npos ||
                 row.find(" key=signature_detail value=") != std::string::npos) {
                 row = row.substr(0, row.find(" value=")) + " value=TIME";
             }
+            rows.push_back(row);
+        }
+        if (byContent) {
+            std::sort(rows.begin(), rows.end());
+        }
+        for (const std::string& row : rows) {
             shown += row + "\n";
         }
         sqlite3_finalize(statement);
