@@ -21,11 +21,6 @@
 
 namespace orvan {
 
-// Parses the stored text of a value list ("1,2,3", "7 8"): reads signed decimal
-// numbers, each optionally followed by one "," or " ", and stops silently at the
-// first text that is no number. Appends to `values`.
-void string2IntVector(const std::string& text, std::vector<int32_t>& values);
-
 // The statements of the settings database: every record stored as plain
 // text rows, looked up, replaced and counted. No operation reports a failure
 // by exception: failures are logged and give a neutral answer (nothing done,

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -10,6 +11,11 @@
 #include "storage/TableType.h"
 
 namespace orvan {
+
+// Parses the stored text of a value list ("1,2,3", "7 8"): reads signed decimal
+// numbers, each optionally followed by one "," or " ", and stops silently at the
+// first text that is no number. Appends to `values`.
+void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 
 // The tables of the settings database as this service creates them, and how
 // a record's text form ("key=value" lines) maps onto a table's value
