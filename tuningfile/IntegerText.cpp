@@ -102,9 +102,11 @@ Values IntegerText::toList(const std::string& text, bool* whole) {
     int32_t value = 0;
     if (!read(text, pos, value)) {
         if (skipBlanks(text, 0) != text.size()) {
-            ALOGW("list \"%.40s\" does not start with a number", text.c_str());
+            // A caller that asks whether the list is whole reports it itself.
             if (whole != nullptr) {
                 *whole = false;
+            } else {
+                ALOGW("list \"%.40s\" does not start with a number", text.c_str());
             }
         }
         return values;
@@ -118,9 +120,10 @@ Values IntegerText::toList(const std::string& text, bool* whole) {
         values.push_back(value);
     }
     if (skipBlanks(text, pos) != text.size()) {
-        ALOGW("list \"%.40s\" stops after %zu numbers at offset %zu", text.c_str(), values.size(), pos);
         if (whole != nullptr) {
             *whole = false;
+        } else {
+            ALOGW("list \"%.40s\" stops after %zu numbers at offset %zu", text.c_str(), values.size(), pos);
         }
     }
     return values;

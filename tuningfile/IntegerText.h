@@ -29,8 +29,9 @@ public:
 
     // The integer-list rule: an integer, then, while the next character is ","
     // or a blank, that one character and the next integer. Stops at the end of
-    // the text or where no number starts ("1,,2" gives {1}); an early stop is
-    // logged and, when `whole` is given, makes it false.
+    // the text or where no number starts ("1,,2" gives {1}). An early stop
+    // makes `whole` false when it is given (the caller reports it), else it
+    // is logged.
     static Values toList(const std::string& text, bool* whole = nullptr);
 };
 
