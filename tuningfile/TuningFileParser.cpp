@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <map>
 #include <set>
+#include <unordered_map>
 #include <vector>
 
 #include "tuningfile/IntegerText.h"
@@ -516,8 +517,16 @@ void TuningFileParser::applySetter(ParameterValues& record, const char* recordKi
 }
 
 size_t TuningFileParser::setterIndex(const ValueSetter* setter) {
-    const auto& all = SetterCollection::kAllValueSetters;
-    return static_cast<size_t>(std::distance(all.begin(), all.find(setter)));
+    // Asked for every element of the file: counted once, not walked each time.
+    static const std::unordered_map<const ValueSetter*, size_t> kIndexes = [] {
+        std::unordered_map<const ValueSetter*, size_t> indexes;
+        for (const ValueSetter* each : SetterCollection::kAllValueSetters) {
+            indexes.emplace(each, indexes.size());
+        }
+        return indexes;
+    }();
+    const auto found = kIndexes.find(setter);
+    return found != kIndexes.end() ? found->second : kIndexes.size();
 }
 
 void TuningFileParser::reportMissing(const ParameterSet& valid, const RecordName& recordName, const Given& given) {
