@@ -20,7 +20,6 @@ namespace {
 
 constexpr ParseDiagnostics::Severity kError = ParseDiagnostics::Severity::ERROR;
 constexpr ParseDiagnostics::Severity kWarning = ParseDiagnostics::Severity::WARNING;
-constexpr const char* kEndpointIds[] = {"speaker", "headphone", "other"};
 
 std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
@@ -352,7 +351,7 @@ void TuningFileParser::parseProfile(Records& records, Seen& seen) {
         }
     });
     reportMissing(Profile::kValidParams, recordName, given);
-    for (const char* endpoint : kEndpointIds) {
+    for (const char* endpoint : kEndpointNames) {
         if (endpoints.count(endpoint) == 0) {
             mIterator.report(kError, "profile", recordName.text() + " has no endpoint_type " + quoted(endpoint) +
                                                         "; the service needs all three");

@@ -90,33 +90,6 @@ test::ValueSet recordOf(const std::map<Parameter, Values>& values) {
     return record;
 }
 
-// ---------------------------------------------------------------------------
-// Which parameters belong to which set.
-
-TEST(ParameterRecordsTest, TheProfileAndDeviceLevelsSplitEveryParameterBetweenThem) {
-    EXPECT_EQ(ParameterSet(kProfileLevel.begin(), kProfileLevel.end()), ProfileParameters::kValidParams);
-    for (size_t i = 0; i < kParameterCount; ++i) {
-        const Parameter p = static_cast<Parameter>(i);
-        const bool profileLevel = kProfileLevel.count(p) != 0;
-        EXPECT_EQ(profileLevel, ProfileParameters::kValidParams.count(p) == 1) << kParameterNames[p];
-        EXPECT_EQ(!profileLevel, DeviceParameters::kValidParams.count(p) == 1) << kParameterNames[p];
-    }
-    EXPECT_EQ(kParameterCount, ProfileParameters::kValidParams.size() + DeviceParameters::kValidParams.size());
-    // The records the context holds fall on one side each.
-    for (Parameter p : Profile::kValidParams) {
-        EXPECT_EQ(1u, ProfileParameters::kValidParams.count(p)) << kParameterNames[p];
-    }
-    for (Parameter p : GeqPreset::kValidParams) {
-        EXPECT_EQ(1u, ProfileParameters::kValidParams.count(p)) << kParameterNames[p];
-    }
-    for (const ParameterSet* deviceRecord : {&ProfileEndpoint::kValidParams, &IeqPreset::kValidParams,
-                                             &Tuning::kValidParams}) {
-        for (Parameter p : *deviceRecord) {
-            EXPECT_EQ(1u, DeviceParameters::kValidParams.count(p)) << kParameterNames[p];
-        }
-    }
-}
-
 // Table-driven over every parameter: a record holding one value of it is
 // merged into each kind of set; the set of its level takes the value and
 // reports it once, the other keeps nothing and reports nothing.
@@ -148,77 +121,6 @@ TEST(ParameterRecordsTest, EachSetTakesAndReportsOnlyTheParametersOfItsLevel) {
         EXPECT_TRUE(otherObserver.changes.empty());
     }
 }
-
-// ---------------------------------------------------------------------------
-// A fresh set.
-
-TEST(ParameterRecordsTest, AFreshSetIsEmptyCleanUnstoredAndAlreadyTheObserversSource) {
-    RecordingObserver profileObserver, deviceObserver;
-    ProfileParameters profile(&profileObserver);
-    DeviceParameters device(&deviceObserver);
-
-    ASSERT_EQ(1u, profileObserver.sources.size());
-    EXPECT_EQ(&profile, profileObserver.sources[0].set);
-    EXPECT_EQ(ENDPOINT_OTHER, profileObserver.sources[0].endpoint);
-    EXPECT_FALSE(profileObserver.sources[0].mono);
-    ASSERT_EQ(1u, deviceObserver.sources.size());
-    EXPECT_EQ(&device, deviceObserver.sources[0].set);
-    EXPECT_EQ(ENDPOINT_OTHER, deviceObserver.sources[0].endpoint);
-    EXPECT_FALSE(deviceObserver.sources[0].mono);
-
-    for (ParameterValues* set : {static_cast<ParameterValues*>(&profile), static_cast<ParameterValues*>(&device)}) {
-        EXPECT_TRUE(set->getValues().empty());
-        EXPECT_FALSE(set->isDirty());
-        EXPECT_EQ(-1, set->getId());
-        set->setId(42);  // a working set is never stored, whatever it is told
-        EXPECT_EQ(-1, set->getId());
-    }
-    EXPECT_EQ(&ProfileParameters::kValidParams, &profile.getValidParams());
-    EXPECT_EQ(&DeviceParameters::kValidParams, &device.getValidParams());
-    EXPECT_EQ(nullptr, profile.getProfile());
-    EXPECT_EQ(nullptr, profile.getGeqPreset());
-    EXPECT_EQ(nullptr, device.getProfile());
-    EXPECT_EQ(nullptr, device.getProfileEndpoint());
-    EXPECT_EQ(nullptr, device.getIeqPreset());
-    EXPECT_EQ(nullptr, device.getTuning());
-    EXPECT_TRUE(profileObserver.changes.empty());
-    EXPECT_TRUE(deviceObserver.changes.empty());
-}
-
-// An empty device: nothing merged, every translator of the device level still
-// runs when everything is asked for, and sends what empty lists make.
-TEST(ParameterRecordsTest, AnEmptyDeviceSendsTheEmptyTranslationsOfEveryDeviceTranslator) {
-    ParameterTranslator translator;
-    DeviceParameters device(&translator);
-    EXPECT_EQ(&device, translator.getSource());
-    SetParamCommand command(DEVICE_ALL);
-    translator.translateAll(command);
-    const std::vector<test::CommandEntry> entries = test::commandEntries(command);
-    std::map<std::string, Values> sent;
-    for (const test::CommandEntry& e : entries) {
-        EXPECT_TRUE(sent.emplace(e.code, e.values).second) << "sent twice: " << e;
-    }
-    // Not a value of the profile level, nor any switched-off translation.
-    for (const char* profileCode : {"RVSA", "RVSE", "DVME", "MDLE", "MIEE", "MSCE", "MAVE", "GEBS", "VCBF", "DRCM"}) {
-        EXPECT_EQ(0u, sent.count(profileCode)) << profileCode;
-    }
-    for (const char* switchedOff : {"AOBS", "CEQT", "BMDT", "RSSA"}) {
-        EXPECT_EQ(0u, sent.count(switchedOff)) << switchedOff;
-    }
-    EXPECT_EQ(Values{}, sent.at("DVLE"));
-    EXPECT_EQ(Values{0}, sent.at("VBM"));
-    EXPECT_EQ((Values{ENDPOINT_OTHER}), sent.at("DOM"));
-    EXPECT_EQ((Values{0}), sent.at("IEBS"));
-    // The translators read the set, and reading adds the lists they asked for
-    // as empty ones; no reading makes the set hold a value.
-    for (const auto& [p, v] : device.getValues()) {
-        EXPECT_TRUE(v.empty()) << kParameterNames[p];
-    }
-    EXPECT_EQ(0u, translator.getPendingCount());
-}
-
-// ---------------------------------------------------------------------------
-// Merging records.
 
 TEST(ParameterRecordsTest, TheProfileSetKeepsItsRecordsAndTheirProfileLevelValues) {
     RecordingObserver observer;
@@ -389,23 +291,6 @@ TEST(ParameterRecordsTest, ATuningRegistersItsEndpointAndMonoFlagBeforeItsValues
     EXPECT_EQ(2u, observer.changes.size());
     EXPECT_EQ(1u, observer.sources.size());
 }
-
-// Sets built without an observer still keep their values.
-TEST(ParameterRecordsTest, WithoutAnObserverTheSetsStillMerge) {
-    ProfileParameters profile(nullptr);
-    DeviceParameters device(nullptr);
-    const test::ValueSet record = recordOf({{reverb_suppression_enable, {1}}, {volmax_boost, {4}}});
-    profile.updateParams(record);
-    device.updateParams(record);
-    Tuning tuning("t", ENDPOINT_HEADPHONE, true);
-    tuning.set(output_channels, {4});
-    device.setTuning(tuning);
-    EXPECT_EQ((std::map<Parameter, Values>{{reverb_suppression_enable, {1}}}), profile.getValues());
-    EXPECT_EQ((std::map<Parameter, Values>{{output_channels, {4}}, {volmax_boost, {4}}}), device.getValues());
-}
-
-// ---------------------------------------------------------------------------
-// What reaches the engine.
 
 // Through a real translator: each flush sends exactly the translations of the
 // parameters that changed since the last one, with the set's values.
