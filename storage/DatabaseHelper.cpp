@@ -96,6 +96,9 @@ std::string DatabaseHelper::setAsideDamaged() {
     for (Statement& count : mCounts) {
         count.reset();
     }
+    for (Statement& insert : mInserts) {
+        insert.reset();
+    }
     return mConnection.setAsideDamaged();
 }
 
@@ -269,18 +272,48 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
         mConnection.failTransaction(SQLITE_ERROR);
         return false;
     }
-    // Values go into the statement's text, quoted, as every statement of
-    // the settings database does. The caller counts the row it adds.
-    std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + ",'";
-    appendSqlText(&sql, customName);
-    sql += "',";
-    for (const std::string& value : byColumn) {
-        sql += '\'';
-        appendSqlText(&sql, value);
+    // The caller counts the row it adds. A rebuild inserts thousands of rows,
+    // so each table's insert is compiled once and its values bound; the text
+    // below, with the values quoted, stands for it in the log and is run
+    // when the kept statement cannot be compiled.
+    const auto text = [&] {
+        std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + ",'";
+        appendSqlText(&sql, customName);
         sql += "',";
+        for (const std::string& value : byColumn) {
+            sql += '\'';
+            appendSqlText(&sql, value);
+            sql += "',";
+        }
+        sql.back() = ')';
+        return sql;
+    };
+    sqlite3_stmt* insert = keptInsert(type, byColumn.size());
+    if (insert == nullptr) {
+        return runStatement(text());
     }
-    sql.back() = ')';
-    return runStatement(sql);
+    mSnapshot.release();
+    sqlite3_bind_int64(insert, 1, rowId);
+    sqlite3_bind_text(insert, 2, customName.data(), static_cast<int>(customName.size()), SQLITE_STATIC);
+    for (size_t i = 0; i < byColumn.size(); ++i) {
+        sqlite3_bind_text(insert, static_cast<int>(i + 3), byColumn[i].data(), static_cast<int>(byColumn[i].size()),
+                          SQLITE_STATIC);
+    }
+    return mConnection.runBound(insert, text);
+}
+
+sqlite3_stmt* DatabaseHelper::keptInsert(TableType type, size_t valueCount) {
+    Statement& kept = mInserts[type];
+    if (!kept && mConnection.handle() != nullptr) {
+        std::string sql = "INSERT INTO " + TableSchema::tableName(type) + " VALUES(?";
+        for (size_t i = 0; i < valueCount + 1; ++i) {
+            sql += ",?";
+        }
+        sql += ')';
+        int ret = SQLITE_OK;
+        kept = SettingsConnection::prepare(mConnection.handle(), sql, &ret);
+    }
+    return kept.get();
 }
 
 bool DatabaseHelper::updateInPlace(TableType type, const ParameterValues& record, const std::string& text,

@@ -168,6 +168,9 @@ private:
     // execSQL without forgetting the known row counts.
     bool runStatement(const std::string& sql);
     // Inserts one row of `type`: the row id, the custom name, then the values.
+    // The kept insert of a table with `valueCount` value columns; null when it
+    // cannot be compiled.
+    sqlite3_stmt* keptInsert(TableType type, size_t valueCount);
     bool insertRow(TableType type, int64_t rowId, const std::string& customName,
                    const std::vector<std::string>& byColumn);
     void initParameterNameMap();
@@ -197,6 +200,9 @@ private:
     // The row counts a rebuild asks before every insert; declared after the
     // connection, so finalized before it closes.
     std::array<Statement, kTableTypeCount> mCounts;
+    // Each table's insert with its values bound (see insertRow); null until
+    // first used, or when it cannot be compiled.
+    std::array<Statement, kTableTypeCount> mInserts;
     // Row counts known inside the open transaction, -1 where unknown: a
     // rebuild numbers each new row after the count, and counting a table
     // before every insert made the rebuild quadratic. Any other statement

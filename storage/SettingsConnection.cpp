@@ -388,9 +388,21 @@ bool SettingsConnection::run(const std::string& sql) {
         failTransaction(ret);
         return false;
     }
-    ret = sqlite3_step(statement.get());
+    return runBound(statement.get(), [&sql] { return sql; });
+}
+
+bool SettingsConnection::runBound(sqlite3_stmt* statement, const std::function<std::string()>& text) {
+    Guard guard(mLock);
+    if (mInTransaction && mTransactionFailed) {
+        ALOGD("not run, the transaction has failed already: %s", text().c_str());
+        sqlite3_clear_bindings(statement);
+        return false;
+    }
+    int ret = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
     if (ret != SQLITE_DONE) {
-        ALOGE("failed to exec SQL: %s", sql.c_str());
+        ALOGE("failed to exec SQL: %s", text().c_str());
         logFailure(ret);
         return false;
     }

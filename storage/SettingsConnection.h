@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -74,6 +75,9 @@ public:
 
     // Runs one statement to completion; false when it failed.
     bool run(const std::string& sql);
+    // The same for a kept statement with its values bound, which is reset and
+    // its values cleared afterwards; `text` gives the statement for the log.
+    bool runBound(sqlite3_stmt* statement, const std::function<std::string()>& text);
     // Appends every cell of every row of `sql` to `rows`; see
     // DatabaseHelper::getAllRows.
     bool readRows(std::vector<RowData>& rows, const std::string& sql);
