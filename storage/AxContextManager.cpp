@@ -19,6 +19,7 @@
 #include "model/DeviceData.h"
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"
+#include "storage/StartupSnapshot.h"
 #include "storage/SettingsLock.h"
 #include "storage/TuningFileSignature.h"
 #include "tuningfile/TuningFileParser.h"
@@ -107,19 +108,18 @@ bool AxContextManager::loadLocked(const std::string& file) {
         }
         return false;
     }
-    // From here the start only reads, and the load looks up every profile's
-    // and every device's rows: see Provider::holdTableRows. A rebuild's
-    // writes end the hold.
-    mProvider->holdTableRows();
-    int result = mProvider->init();
+    // From here the start only reads: every row it builds records from is
+    // read in one pass, and the provider builds them all from that.
+    StartupSnapshot snapshot = mProvider->readStartupSnapshot();
+    int result = mProvider->init(snapshot);
     // A file that just failed to parse would fail again, and log it twice.
     if (result == android::NO_INIT && !rebuilt && mDefaultFileProblem.empty()) {
         // A database that holds no profile cannot serve, but the tuning files can.
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);
         if (initDatabase(*mProvider, file, true)) {
-            mProvider->holdTableRows();
-            result = mProvider->init();
+            snapshot = mProvider->readStartupSnapshot();
+            result = mProvider->init(snapshot);
         }
     }
     if (result == 0) {
@@ -128,9 +128,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
         mContext->load();
         // The factory curves are read now, with every other table, rather than
         // at the first refresh.
-        for (size_t type = 0; type < kPresetTypeCount; ++type) {
-            mProvider->loadIeqPreset(static_cast<PresetType>(type));
-        }
+        mProvider->loadIeqPresets(snapshot);
     } else {
         mStartProblem = result == android::NO_INIT ? "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " holds no profile and " + file +
@@ -138,7 +136,6 @@ bool AxContextManager::loadLocked(const std::string& file) {
                                       : "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " could not be read";
     }
-    mProvider->releaseTableRows();
     mParser.reset();
     mBuilding.reset();
     return result == 0 && !mProvider->isDamaged();

@@ -82,7 +82,7 @@ bool parsePresetType(const std::string& text, PresetType* type) {
 }  // namespace
 
 DatabaseHelper::DatabaseHelper(const std::string& fileName)
-    : mConnection(DevicePaths::dataDirectory(), fileName), mSnapshot(mConnection) {
+    : mConnection(DevicePaths::dataDirectory(), fileName) {
     mKnownRowCounts.fill(-1);
     initParameterNameMap();
 }
@@ -91,11 +91,11 @@ DatabaseHelper::~DatabaseHelper() = default;
 
 std::string DatabaseHelper::setAsideDamaged() {
     Guard guard(mConnection.lock());
-    mSnapshot.drop();
     // Finalized before the connection closes.
     for (Statement& count : mCounts) {
         count.reset();
     }
+    mKeptReads.clear();
     for (Statement& insert : mInserts) {
         insert.reset();
     }
@@ -136,16 +136,13 @@ void DatabaseHelper::clear() {
 
 bool DatabaseHelper::beginTransaction() {
     Guard guard(mConnection.lock());
-    // Held rows must not outlive the statements of a transaction, nor row
-    // counts known in an earlier one.
-    mSnapshot.release();
+    // Row counts known in an earlier transaction must not outlive it.
     mKnownRowCounts.fill(-1);
     return mConnection.beginTransaction();
 }
 
 bool DatabaseHelper::commitTransaction() {
     Guard guard(mConnection.lock());
-    mSnapshot.release();
     mKnownRowCounts.fill(-1);
     return mConnection.commitTransaction();
 }
@@ -158,9 +155,6 @@ bool DatabaseHelper::execSQL(const std::string& sql) {
 }
 
 bool DatabaseHelper::runStatement(const std::string& sql) {
-    Guard guard(mConnection.lock());
-    // Whatever the statement changes, held rows must not outlive it.
-    mSnapshot.release();
     return mConnection.run(sql);
 }
 
@@ -207,29 +201,68 @@ bool DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     return mConnection.readRows(rows, sql);
 }
 
-void DatabaseHelper::holdTableRows() {
+StartupSnapshot DatabaseHelper::readStartupSnapshot() {
     Guard guard(mConnection.lock());
-    mSnapshot.hold();
+    return StartupSnapshot::read(mConnection);
 }
 
-void DatabaseHelper::releaseTableRows() {
+bool DatabaseHelper::readKept(std::vector<RowData>& rows, const std::string& keptSql,
+                              const std::vector<std::string>& values, const std::string& sql) {
     Guard guard(mConnection.lock());
-    mSnapshot.release();
+    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
+    if (mConnection.handle() == nullptr || std::any_of(values.begin(), values.end(), hasNul)) {
+        return getAllRows(rows, sql);  // which says why, as ever
+    }
+    Statement& kept = mKeptReads[keptSql];
+    if (!kept) {
+        int ret = SQLITE_OK;
+        kept = SettingsConnection::prepare(mConnection.handle(), keptSql, &ret);
+        if (!kept) {
+            return getAllRows(rows, sql);
+        }
+    }
+    for (size_t i = 0; i < values.size(); ++i) {
+        sqlite3_bind_text(kept.get(), static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
+                          SQLITE_STATIC);
+    }
+    const size_t before = rows.size();
+    const int ret = SettingsConnection::readBound(rows, kept.get());
+    if (ret == SQLITE_DONE) {
+        return true;
+    }
+    if ((ret & 0xff) == SQLITE_ERROR) {
+        // The schema changed under the kept statement (a table dropped): the
+        // statement's text tells what that means, as it would have at once.
+        kept.reset();
+        rows.resize(before);
+        return getAllRows(rows, sql);
+    }
+    ALOGE("Unknow error... %d", 224);
+    mConnection.logFailure(ret);
+    return false;
 }
 
-const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& where,
-                                                   std::vector<RowData>& fetched) {
-    if (const std::vector<RowData>* held = mSnapshot.rows(type, where)) {
-        return *held;
+const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,
+                                                   const StartupSnapshot* snapshot) {
+    StartupSnapshot::Key key;
+    for (const auto& condition : where) {
+        key.push_back(condition.second);
+    }
+    if (snapshot != nullptr) {
+        if (const std::vector<RowData>* read = snapshot->rows(type, key)) {
+            return *read;
+        }
     }
     // The rowid says where a row stands, for updates that need not search.
     std::string sql = "SELECT rowid, * FROM " + getTableName(type);
+    std::string keptSql = sql;
     const char* joiner = " WHERE ";
     for (const auto& [column, value] : where) {
         sql += joiner + std::string(column) + "=" + "'" + sqlText(value) + "'";
+        keptSql += joiner + std::string(column) + "=?";
         joiner = " AND ";
     }
-    getAllRows(fetched, sql);
+    readKept(fetched, keptSql, key, sql);
     return fetched;
 }
 
@@ -292,7 +325,6 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
     if (insert == nullptr) {
         return runStatement(text());
     }
-    mSnapshot.release();
     sqlite3_bind_int64(insert, 1, rowId);
     sqlite3_bind_text(insert, 2, customName.data(), static_cast<int>(customName.size()), SQLITE_STATIC);
     for (size_t i = 0; i < byColumn.size(); ++i) {
@@ -508,24 +540,28 @@ bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* reco
 }
 
 bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::string& customName,
-                                   IeqPreset* preset) {
+                                   IeqPreset* preset, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     if (preset == nullptr) {
         ALOGE("IeqPreset doesn't exist!");
         return false;
     }
-    std::vector<RowData> rows;
-    getAllRows(rows, "SELECT * FROM " + getTableName(IEQ_PRESET) + " WHERE preset_type=" + "'" +
-                             sqlText(presetType) + "'" + " AND " + "custom_name=" + "'" +
-                             sqlText(customName) + "'");
-    for (const RowData& cell : rows) {
+    std::vector<RowData> fetched;
+    const std::vector<RowData>* rows = snapshot != nullptr ? snapshot->rows(IEQ_PRESET, {presetType, customName}) : nullptr;
+    if (rows == nullptr) {
+        getAllRows(fetched, "SELECT * FROM " + getTableName(IEQ_PRESET) + " WHERE preset_type=" + "'" +
+                                    sqlText(presetType) + "'" + " AND " + "custom_name=" + "'" + sqlText(customName) +
+                                    "'");
+        rows = &fetched;
+    }
+    for (const RowData& cell : *rows) {
         setParameterCell(cell, preset);
     }
-    return !rows.empty();
+    return !rows->empty();
 }
 
 bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::string& customName,
-                                   GeqPreset* preset, int64_t* rowId) {
+                                   GeqPreset* preset, int64_t* rowId, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     if (preset == nullptr) {
         ALOGE("GeqPreset doesn't exist!");
@@ -533,7 +569,7 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
     }
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows =
-        lookUp(GEQ_PRESET, {{"profile_id", profileId}, {"custom_name", customName}}, fetched);
+        lookUp(GEQ_PRESET, {{"profile_id", profileId}, {"custom_name", customName}}, fetched, snapshot);
     for (const RowData& cell : rows) {
         if (!setParameterCell(cell, preset) && cell.name == "_id") {
             preset->setId(cellId(cell));
@@ -546,7 +582,7 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
 }
 
 bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::string& customName,
-                                       Profile* profile, int64_t* rowId) {
+                                       Profile* profile, int64_t* rowId, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     if (profile == nullptr) {
         ALOGE("Profile doesn't exist!");
@@ -554,7 +590,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
     }
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows =
-        lookUp(PROFILE, {{"profile_id", profileId}, {"custom_name", customName}}, fetched);
+        lookUp(PROFILE, {{"profile_id", profileId}, {"custom_name", customName}}, fetched, snapshot);
     for (const RowData& cell : rows) {
         if (setParameterCell(cell, profile)) {
             continue;
@@ -577,7 +613,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
 
 bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std::string& endpoint,
                                         const std::string& customName, ProfileEndpoint* endpointRecord,
-                                        int64_t* rowId) {
+                                        int64_t* rowId, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     if (endpointRecord == nullptr) {
         ALOGE("Endpoint doesn't exist!");
@@ -585,7 +621,8 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
     }
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows = lookUp(
-        PROFILE_ENDPOINT, {{"profile_id", profileId}, {"endpoint", endpoint}, {"custom_name", customName}}, fetched);
+        PROFILE_ENDPOINT, {{"profile_id", profileId}, {"endpoint", endpoint}, {"custom_name", customName}}, fetched,
+        snapshot);
     for (const RowData& cell : rows) {
         if (setParameterCell(cell, endpointRecord)) {
             continue;
@@ -660,10 +697,11 @@ void DatabaseHelper::queryProfileIds(TableType table, const std::string& customN
 }
 
 void DatabaseHelper::queryDeviceTunings(const std::string& port,
-                                        std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings) {
+                                        std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings,
+                                        const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     std::vector<RowData> fetched;
-    const std::vector<RowData>& rows = lookUp(DEVICE_TUNING, {{"port", port}}, fetched);
+    const std::vector<RowData>& rows = lookUp(DEVICE_TUNING, {{"port", port}}, fetched, snapshot);
     int64_t id = -1;
     std::string device;
     std::string devicePort;
@@ -699,18 +737,9 @@ std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
 bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string* value) {
     Guard guard(mConnection.lock());
     value->clear();
-    if (const std::vector<RowData>* held = mSnapshot.rows(CONFIGURATION, {{"key", key}})) {
-        for (const RowData& cell : *held) {
-            if (cell.name == "value") {
-                *value = cellText(cell);
-                break;
-            }
-        }
-        return true;
-    }
     std::vector<RowData> rows;
-    const bool read = getAllRows(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" +
-                                               sqlText(key) + "'");
+    const bool read = readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key},
+                               "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
     if (read && !rows.empty()) {
         *value = cellText(rows.front());
     }

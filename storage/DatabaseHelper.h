@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "model/DeviceTuning.h"
@@ -32,7 +33,7 @@ namespace orvan {
 //
 // Built on three parts: the schema (TableSchema), the connection with its
 // one lock, transactions and recovery (SettingsConnection), and the
-// start-up read (StartupSnapshot).
+// start-up read (StartupSnapshot) that the provider builds its records from.
 class DatabaseHelper {
 public:
     explicit DatabaseHelper(const std::string& fileName);
@@ -92,11 +93,8 @@ public:
     // such table or column) reads as no rows.
     bool getAllRows(std::vector<RowData>& rows, const std::string& sql);
 
-    // While held, reads share one read transaction and the start-up
-    // lookups are answered from one read of each table (see StartupSnapshot).
-    // Any write, and any statement run through execSQL, releases them first.
-    void holdTableRows();
-    void releaseTableRows();
+    // Every row a start builds records from, read in one pass.
+    StartupSnapshot readStartupSnapshot();
 
     // Inserts the record whose text form is `text` into `table`. The values are
     // placed by column: a column the text lacks gets '', a key that is no column
@@ -131,15 +129,17 @@ public:
     // Fill the record from its row; true when a row was found. An IEQ preset
     // type is stored as its decimal number, which `presetType` must give.
     // `rowId`, when given, receives the rowid of the one row found, or -1
-    // when none or several were.
-    bool queryIeqValue(const std::string& presetType, const std::string& customName, IeqPreset* preset);
+    // when none or several were. With a `snapshot` that read the table, its
+    // rows are the rows; otherwise SQL is asked.
+    bool queryIeqValue(const std::string& presetType, const std::string& customName, IeqPreset* preset,
+                       const StartupSnapshot* snapshot = nullptr);
     bool queryGeqValue(const std::string& profileId, const std::string& customName, GeqPreset* preset,
-                       int64_t* rowId = nullptr);
+                       int64_t* rowId = nullptr, const StartupSnapshot* snapshot = nullptr);
     bool queryProfileValue(const std::string& profileId, const std::string& customName, Profile* profile,
-                           int64_t* rowId = nullptr);
+                           int64_t* rowId = nullptr, const StartupSnapshot* snapshot = nullptr);
     bool queryEndpointValue(const std::string& profileId, const std::string& endpoint,
                             const std::string& customName, ProfileEndpoint* endpointRecord,
-                            int64_t* rowId = nullptr);
+                            int64_t* rowId = nullptr, const StartupSnapshot* snapshot = nullptr);
     bool queryTuning(const std::string& name, Tuning* tuning);
     // The `name` of every profile row of `customName`, in row order; false
     // when the table could not be read.
@@ -148,7 +148,8 @@ public:
     // or "geq_presets" (GEQ_PRESET), in row order.
     void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids);
     // Appends a DeviceTuning per row of `port`, in row order.
-    void queryDeviceTunings(const std::string& port, std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings);
+    void queryDeviceTunings(const std::string& port, std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings,
+                            const StartupSnapshot* snapshot = nullptr);
 
     // The configuration table: "" when the key is missing.
     std::string queryConfigurationValue(const std::string& key);
@@ -184,10 +185,18 @@ private:
     template <typename Insert>
     bool replaceRow(TableType type, const ParameterValues& record, const std::string& text,
                     const std::string& customName, const std::string& conditions, int64_t* rowId, Insert insert);
-    using Where = StartupSnapshot::Where;
-    // The rows `where` selects: the held ones, or those of
-    // "SELECT * FROM table WHERE column='value' AND ..." kept in `fetched`.
-    const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched);
+    // Column conditions of a lookup, in the order of the snapshot's key columns.
+    using Where = std::vector<std::pair<const char*, std::string>>;
+    // The rows `where` selects: the snapshot's, or those of
+    // "SELECT rowid, * FROM table WHERE column='value' AND ..." kept in `fetched`.
+    const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,
+                                       const StartupSnapshot* snapshot = nullptr);
+    // The rows of `keptSql` with `values` bound to its parameters: a lookup
+    // the service asks again and again is compiled once. `sql`, the same
+    // statement with the values quoted, is run instead where the kept one
+    // cannot serve, and names it in the log.
+    bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values,
+                  const std::string& sql);
     // The rowid of the one row whose cells `rows` holds; -1 for none or several.
     static int64_t onlyRowId(const std::vector<RowData>& rows);
     // Applies a cell to `record` when its column is a parameter; false otherwise.
@@ -195,7 +204,6 @@ private:
 
     TableSchema mSchema;
     SettingsConnection mConnection;
-    StartupSnapshot mSnapshot;
     std::unordered_map<std::string, Parameter> mParameterNames;
     // The row counts a rebuild asks before every insert; declared after the
     // connection, so finalized before it closes.
@@ -203,6 +211,8 @@ private:
     // Each table's insert with its values bound (see insertRow); null until
     // first used, or when it cannot be compiled.
     std::array<Statement, kTableTypeCount> mInserts;
+    // The lookups of readKept by their text.
+    std::unordered_map<std::string, Statement> mKeptReads;
     // Row counts known inside the open transaction, -1 where unknown: a
     // rebuild numbers each new row after the count, and counting a table
     // before every insert made the rebuild quadratic. Any other statement

@@ -10,6 +10,7 @@
 #include <utils/Errors.h>
 
 #include "storage/DatabaseHelper.h"
+#include "storage/StartupSnapshot.h"
 
 namespace orvan {
 namespace {
@@ -121,22 +122,29 @@ Tuning* Provider::loadTuningForDevice(const std::string& deviceName) {
 }
 
 std::set<DeviceTuning*> Provider::loadDeviceTuningsForPort(Port port) {
+    cacheDeviceTunings(port, nullptr);
+    // The provider keeps the records; callers borrow them.
+    std::set<DeviceTuning*> deviceTunings;
+    auto cached = mDeviceTunings.find(port);
+    if (cached != mDeviceTunings.end()) {
+        for (const auto& deviceTuning : cached->second) {
+            deviceTunings.insert(deviceTuning.get());
+        }
+    }
+    return deviceTunings;
+}
+
+void Provider::cacheDeviceTunings(Port port, const StartupSnapshot* snapshot) {
     auto cached = mDeviceTunings.find(port);
     if (cached == mDeviceTunings.end()) {
         const std::string name = portName(port);
         if (name.empty()) {
-            ALOGE("%s(): unknown port %d", __func__, static_cast<int>(port));
-            return {};
+            ALOGE("%s(): unknown port %d", "loadDeviceTuningsForPort", static_cast<int>(port));
+            return;
         }
         cached = mDeviceTunings.emplace(port, std::vector<std::unique_ptr<DeviceTuning>>()).first;
-        mHelper->queryDeviceTunings(name, cached->second);
+        mHelper->queryDeviceTunings(name, cached->second, snapshot);
     }
-    // The provider keeps the records; callers borrow them.
-    std::set<DeviceTuning*> deviceTunings;
-    for (const auto& deviceTuning : cached->second) {
-        deviceTunings.insert(deviceTuning.get());
-    }
-    return deviceTunings;
 }
 
 void Provider::initDatabase() {
@@ -160,25 +168,31 @@ Provider::ProfileRecords* Provider::records(int index, const char* caller) {
 }
 
 template <typename Record>
-void Provider::settleLoaded(Record* record, bool found, bool isDefault, const std::string& row) {
+void Provider::settleLoaded(Record* record, bool found, bool isDefault, const std::string& row,
+                            const StartupSnapshot* snapshot) {
     if (found) {
         record->setDirty(false);
     } else if (isDefault) {
         ALOGW("No %s %s", kDefaultName, row.c_str());
     } else {
         ALOGW("No %s %s: its factory values stand in until the next save", kCustomName, row.c_str());
-        reset(record);
+        resetFrom(record, snapshot);
     }
 }
 
-Profile* Provider::loadProfileRecord(int index, const char* customName, bool isDefault) {
+Profile* Provider::loadProfileRecord(int index, const char* customName, bool isDefault,
+                                     const StartupSnapshot* snapshot) {
     ProfileRecords* profile = records(index, isDefault ? "loadDefaultProfile" : "loadProfile");
     if (profile == nullptr) {
         return nullptr;
     }
     Profile* record = isDefault ? profile->defaultProfile.get() : profile->customProfile.get();
-    settleLoaded(record, mHelper->queryProfileValue(std::to_string(index), customName, record, &mRowIds[record]),
-                 isDefault, "row for profile " + std::to_string(index));
+    if (takeBuilt(record)) {
+        return record;
+    }
+    settleLoaded(record,
+                 mHelper->queryProfileValue(std::to_string(index), customName, record, &mRowIds[record], snapshot),
+                 isDefault, "row for profile " + std::to_string(index), snapshot);
     return record;
 }
 
@@ -190,7 +204,8 @@ bool Provider::setSelectedProfile(int index) {
     return mHelper->updateSelectedProfile(kSelectedProfile, std::to_string(index));
 }
 
-ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool isDefault) {
+ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool isDefault,
+                                              const StartupSnapshot* snapshot) {
     const char* customName = isDefault ? kDefaultName : kCustomName;
     ProfileRecords* profile = records(index, "loadProfileEndpoint");
     if (profile == nullptr) {
@@ -202,20 +217,25 @@ ProfileEndpoint* Provider::loadEndpointRecord(int index, Endpoint endpoint, bool
     }
     ProfileEndpoint* record = isDefault ? profile->defaultEndpoints[endpoint].get()
                                         : profile->customEndpoints[endpoint].get();
+    if (takeBuilt(record)) {
+        return record;
+    }
     settleLoaded(record,
                  mHelper->queryEndpointValue(std::to_string(index), endpointName(endpoint), customName, record,
-                                             &mRowIds[record]),
-                 isDefault, "row for profile " + std::to_string(index) + " endpoint " + endpointName(endpoint));
+                                             &mRowIds[record], snapshot),
+                 isDefault, "row for profile " + std::to_string(index) + " endpoint " + endpointName(endpoint),
+                 snapshot);
     return record;
 }
 
-std::set<ProfileEndpoint*> Provider::loadEndpointRecords(int index, bool isDefault) {
+std::set<ProfileEndpoint*> Provider::loadEndpointRecords(int index, bool isDefault,
+                                                         const StartupSnapshot* snapshot) {
     std::set<ProfileEndpoint*> endpoints;
     if (records(index, isDefault ? "loadDefaultProfileEndpoints" : "loadProfileEndpoints") == nullptr) {
         return endpoints;
     }
     for (size_t i = 0; i < kEndpointCount; ++i) {
-        endpoints.insert(loadEndpointRecord(index, static_cast<Endpoint>(i), isDefault));
+        endpoints.insert(loadEndpointRecord(index, static_cast<Endpoint>(i), isDefault, snapshot));
     }
     return endpoints;
 }
@@ -275,26 +295,40 @@ bool Provider::save(GeqPreset* preset) {
 // A reset keeps the record's id: it still stands for its "custom" row, which the
 // next save replaces.
 Profile* Provider::reset(Profile* profile) {
+    return resetFrom(profile, nullptr);
+}
+
+ProfileEndpoint* Provider::reset(ProfileEndpoint* endpoint) {
+    return resetFrom(endpoint, nullptr);
+}
+
+GeqPreset* Provider::reset(GeqPreset* preset) {
+    return resetFrom(preset, nullptr);
+}
+
+Profile* Provider::resetFrom(Profile* profile, const StartupSnapshot* snapshot) {
     if (profile == nullptr) {
         ALOGE("%s(): no profile to reset", __func__);
         return nullptr;
     }
     const int64_t id = profile->getId();
-    if (!mHelper->queryProfileValue(std::to_string(profile->getProfileId()), kDefaultName, profile)) {
+    if (!mHelper->queryProfileValue(std::to_string(profile->getProfileId()), kDefaultName, profile, nullptr,
+                                    snapshot)) {
         ALOGW("No default row to reset profile %d", profile->getProfileId());
     }
     profile->setId(id);
     return profile;
 }
 
-ProfileEndpoint* Provider::reset(ProfileEndpoint* endpoint) {
+ProfileEndpoint* Provider::resetFrom(ProfileEndpoint* endpoint, const StartupSnapshot* snapshot) {
     if (endpoint == nullptr) {
         ALOGE("%s(): no profile endpoint to reset", __func__);
         return nullptr;
     }
     const int64_t id = endpoint->getId();
     if (!mHelper->queryEndpointValue(std::to_string(endpoint->getProfileId()),
-                                     endpointName(endpoint->getEndpoint()), kDefaultName, endpoint)) {
+                                     endpointName(endpoint->getEndpoint()), kDefaultName, endpoint, nullptr,
+                                     snapshot)) {
         ALOGW("No default row to reset profile %d endpoint %s", endpoint->getProfileId(),
               endpointName(endpoint->getEndpoint()));
     }
@@ -302,13 +336,13 @@ ProfileEndpoint* Provider::reset(ProfileEndpoint* endpoint) {
     return endpoint;
 }
 
-GeqPreset* Provider::reset(GeqPreset* preset) {
+GeqPreset* Provider::resetFrom(GeqPreset* preset, const StartupSnapshot* snapshot) {
     if (preset == nullptr) {
         ALOGE("%s(): no GEQ preset to reset", __func__);
         return nullptr;
     }
     const int64_t id = preset->getId();
-    if (!mHelper->queryGeqValue(std::to_string(preset->getProfileId()), kDefaultName, preset)) {
+    if (!mHelper->queryGeqValue(std::to_string(preset->getProfileId()), kDefaultName, preset, nullptr, snapshot)) {
         ALOGW("No default row to reset the GEQ preset of profile %d", preset->getProfileId());
     }
     preset->setId(id);
@@ -411,6 +445,16 @@ std::string Provider::getDeviceTuning(const std::string& key) {
 }
 
 IeqPreset* Provider::loadIeqPreset(PresetType type) {
+    return loadIeqRecord(type, nullptr);
+}
+
+void Provider::loadIeqPresets(const StartupSnapshot& snapshot) {
+    for (size_t type = 0; type < kPresetTypeCount; ++type) {
+        loadIeqRecord(static_cast<PresetType>(type), &snapshot);
+    }
+}
+
+IeqPreset* Provider::loadIeqRecord(PresetType type, const StartupSnapshot* snapshot) {
     if (type < 0 || static_cast<size_t>(type) >= kPresetTypeCount) {
         ALOGE("%s(): unknown preset type %d", __func__, static_cast<int>(type));
         return nullptr;
@@ -420,7 +464,7 @@ IeqPreset* Provider::loadIeqPreset(PresetType type) {
         return preset;
     }
     // The rows hold the type as its decimal number.
-    if (mHelper->queryIeqValue(std::to_string(static_cast<int>(type)), kDefaultName, preset)) {
+    if (mHelper->queryIeqValue(std::to_string(static_cast<int>(type)), kDefaultName, preset, snapshot)) {
         preset->setDirty(false);
         mIeqLoaded[type] = true;
     } else {
@@ -429,15 +473,19 @@ IeqPreset* Provider::loadIeqPreset(PresetType type) {
     return preset;
 }
 
-GeqPreset* Provider::loadGeqRecord(int index, bool isDefault) {
+GeqPreset* Provider::loadGeqRecord(int index, bool isDefault, const StartupSnapshot* snapshot) {
     const char* customName = isDefault ? kDefaultName : kCustomName;
     ProfileRecords* profile = records(index, isDefault ? "loadDefaultGeqPreset" : "loadGeqPreset");
     if (profile == nullptr) {
         return nullptr;
     }
     GeqPreset* record = isDefault ? profile->defaultGeq.get() : profile->customGeq.get();
-    settleLoaded(record, mHelper->queryGeqValue(std::to_string(index), customName, record, &mRowIds[record]),
-                 isDefault, "GEQ preset row for profile " + std::to_string(index));
+    if (takeBuilt(record)) {
+        return record;
+    }
+    settleLoaded(record,
+                 mHelper->queryGeqValue(std::to_string(index), customName, record, &mRowIds[record], snapshot),
+                 isDefault, "GEQ preset row for profile " + std::to_string(index), snapshot);
     return record;
 }
 
@@ -449,17 +497,28 @@ GeqPreset* Provider::loadGeqPreset(int index) {
     return loadGeqRecord(index, false);
 }
 
+StartupSnapshot Provider::readStartupSnapshot() {
+    return mHelper->readStartupSnapshot();
+}
+
 int Provider::init() {
-    std::vector<std::string> names;
-    if (!mHelper->queryProfileNames(names, kDefaultName) && mHelper->isOpen()) {
-        ALOGE("%s(): the profiles of the settings database could not be read", "init");
-        return -EIO;  // libutils here names no IO_ERROR; the device value is -EIO
+    return init(readStartupSnapshot());
+}
+
+int Provider::init(const StartupSnapshot& snapshot) {
+    int count = snapshot.countWithLastKey(TableType::PROFILE, kDefaultName);
+    if (count < 0) {
+        std::vector<std::string> names;
+        if (!mHelper->queryProfileNames(names, kDefaultName) && mHelper->isOpen()) {
+            ALOGE("%s(): the profiles of the settings database could not be read", "init");
+            return -EIO;  // libutils here names no IO_ERROR; the device value is -EIO
+        }
+        count = static_cast<int>(names.size());
     }
-    if (names.empty()) {
+    if (count == 0) {
         ALOGE("%s(): No profiles found from the database", "init");
         return android::NO_INIT;
     }
-    const int count = static_cast<int>(names.size());
     ALOGD("%s(): Altogether %d profiles found", "init", count);
     // Records made by an earlier init() stay: callers may hold them.
     while (static_cast<int>(mProfiles.size()) < count) {
@@ -479,15 +538,31 @@ int Provider::init() {
     }
     mNumProfiles = count;
     checkNumbering();
+    buildRecords(snapshot);
     return 0;
 }
 
-void Provider::holdTableRows() {
-    mHelper->holdTableRows();
-}
-
-void Provider::releaseTableRows() {
-    mHelper->releaseTableRows();
+// In the order the sound context loads them: a profile's working records,
+// then its factory ones; then the devices of every port.
+void Provider::buildRecords(const StartupSnapshot& snapshot) {
+    mBuilt.clear();
+    for (int index = 0; index < mNumProfiles; ++index) {
+        std::vector<const ParameterValues*> built;
+        built.push_back(loadProfileRecord(index, kCustomName, false, &snapshot));
+        for (ProfileEndpoint* endpoint : loadEndpointRecords(index, false, &snapshot)) {
+            built.push_back(endpoint);
+        }
+        built.push_back(loadGeqRecord(index, false, &snapshot));
+        built.push_back(loadProfileRecord(index, kDefaultName, true, &snapshot));
+        for (ProfileEndpoint* endpoint : loadEndpointRecords(index, true, &snapshot)) {
+            built.push_back(endpoint);
+        }
+        built.push_back(loadGeqRecord(index, true, &snapshot));
+        mBuilt.insert(built.begin(), built.end());
+    }
+    for (size_t port = 0; port < kPortCount; ++port) {
+        cacheDeviceTunings(static_cast<Port>(port), &snapshot);
+    }
 }
 
 // Profiles are addressed by index, so the default rows must number them 0 to n-1

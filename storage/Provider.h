@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "model/DeviceTuning.h"
@@ -21,6 +22,7 @@
 namespace orvan {
 
 class DatabaseHelper;
+class StartupSnapshot;
 
 // The object store over the settings database. Rows come in "default" (factory,
 // from the tuning files), "oem" (tunings from the OEM extra file) and "custom"
@@ -123,14 +125,19 @@ public:
 
     GeqPreset* loadDefaultGeqPreset(int index);
     GeqPreset* loadGeqPreset(int index);
-    // Counts the default profiles and makes their objects: 0, -19 when the
-    // database holds no default profile, -5 when it could not be read.
+    // Every row a start builds records from, read in one pass.
+    StartupSnapshot readStartupSnapshot();
+    // Counts the default profiles and builds their records (factory and
+    // working profile, endpoints and GEQ preset) and the devices of every
+    // port from `snapshot`, asking SQL for what it did not read: 0, -19 when
+    // the database holds no default profile, -5 when it could not be read.
+    // The first load of a record built here hands it out as built; later
+    // loads read its row again.
+    int init(const StartupSnapshot& snapshot);
+    // init() with a snapshot read now.
     int init();
-    // Between these, reads share one read transaction and loading the
-    // profiles and tunings reads each of their tables once (see
-    // DatabaseHelper::holdTableRows); the records come out the same.
-    void holdTableRows();
-    void releaseTableRows();
+    // The factory IEQ curves, each from `snapshot` or else SQL.
+    void loadIeqPresets(const StartupSnapshot& snapshot);
 
 private:
     // The records of one profile: factory state and the user's working state.
@@ -144,15 +151,31 @@ private:
     };
 
     ProfileRecords* records(int index, const char* caller);
-    Profile* loadProfileRecord(int index, const char* customName, bool isDefault);
-    ProfileEndpoint* loadEndpointRecord(int index, Endpoint endpoint, bool isDefault);
-    std::set<ProfileEndpoint*> loadEndpointRecords(int index, bool isDefault);
-    GeqPreset* loadGeqRecord(int index, bool isDefault);
+    // The loads read the record's row from `snapshot` where it read the
+    // table, else through SQL; a record init() built and no load has handed
+    // out yet is handed out as it is.
+    Profile* loadProfileRecord(int index, const char* customName, bool isDefault,
+                               const StartupSnapshot* snapshot = nullptr);
+    ProfileEndpoint* loadEndpointRecord(int index, Endpoint endpoint, bool isDefault,
+                                        const StartupSnapshot* snapshot = nullptr);
+    std::set<ProfileEndpoint*> loadEndpointRecords(int index, bool isDefault,
+                                                   const StartupSnapshot* snapshot = nullptr);
+    GeqPreset* loadGeqRecord(int index, bool isDefault, const StartupSnapshot* snapshot = nullptr);
+    IeqPreset* loadIeqRecord(PresetType type, const StartupSnapshot* snapshot);
+    void buildRecords(const StartupSnapshot& snapshot);
+    // Reads the device tunings of `port` into the cache unless it holds them.
+    void cacheDeviceTunings(Port port, const StartupSnapshot* snapshot);
+    // Whether `record` was built by init() and not handed out since; it is now.
+    bool takeBuilt(const ParameterValues* record) { return mBuilt.erase(record) != 0; }
     // After the lookup of `record`'s row (`row` names it in the log): a found
     // row leaves the record clean; a missing "custom" row gives way to the
     // factory values, left dirty so that the next save writes the row again.
     template <typename Record>
-    void settleLoaded(Record* record, bool found, bool isDefault, const std::string& row);
+    void settleLoaded(Record* record, bool found, bool isDefault, const std::string& row,
+                      const StartupSnapshot* snapshot);
+    Profile* resetFrom(Profile* profile, const StartupSnapshot* snapshot);
+    ProfileEndpoint* resetFrom(ProfileEndpoint* endpoint, const StartupSnapshot* snapshot);
+    GeqPreset* resetFrom(GeqPreset* preset, const StartupSnapshot* snapshot);
     void checkNumbering();
     DeviceTuning* findCachedDevice(const std::string& deviceName) const;
     Tuning* findCachedTuning(const std::string& name) const;
@@ -166,6 +189,8 @@ private:
     int32_t mNumProfiles = 0;
     std::map<Port, std::vector<std::unique_ptr<DeviceTuning>>> mDeviceTunings;
     std::array<std::unique_ptr<IeqPreset>, kPresetTypeCount> mIeqPresets;
+    // Records init() built that no load has handed out yet.
+    std::unordered_set<const ParameterValues*> mBuilt;
     // Whether mIeqPresets[type] holds its stored curve: factory rows change
     // only with a rebuild, which comes before any reader.
     std::array<bool, kPresetTypeCount> mIeqLoaded{};

@@ -116,6 +116,16 @@ void SettingsConnection::appendCells(sqlite3_stmt* stmt, int columns, std::vecto
     }
 }
 
+int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement) {
+    const int columns = sqlite3_column_count(statement);
+    int ret = SQLITE_OK;
+    while ((ret = sqlite3_step(statement)) == SQLITE_ROW) {
+        appendCells(statement, columns, rows);
+    }
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
+    return ret;
+}
 
 void SettingsConnection::Closer::operator()(sqlite3* db) const {
     sqlite3_close_v2(db);
@@ -430,11 +440,7 @@ bool SettingsConnection::readRows(std::vector<RowData>& rows, const std::string&
         }
         return false;
     }
-    sqlite3_stmt* stmt = statement.get();
-    const int columns = sqlite3_column_count(stmt);
-    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
-        appendCells(stmt, columns, rows);
-    }
+    ret = readBound(rows, statement.get());
     if (ret != SQLITE_DONE) {
         ALOGE("Unknow error... %d", 224);
         logFailure(ret);

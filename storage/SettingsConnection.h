@@ -81,6 +81,10 @@ public:
     // Appends every cell of every row of `sql` to `rows`; see
     // DatabaseHelper::getAllRows.
     bool readRows(std::vector<RowData>& rows, const std::string& sql);
+    // Appends the rows of a kept statement with its values bound, then resets
+    // it and clears its values; the result of the last step (SQLITE_DONE
+    // when every row was read).
+    static int readBound(std::vector<RowData>& rows, sqlite3_stmt* statement);
     // Logs a failed statement's result, fails the open transaction, and
     // marks the database damaged when the result says so.
     void logFailure(int result);

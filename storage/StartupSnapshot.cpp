@@ -4,7 +4,7 @@
 
 #include <sqlite3.h>
 
-#include <set>
+#include <utility>
 
 #include <log/log.h>
 
@@ -20,59 +20,43 @@ std::string cellString(sqlite3_stmt* stmt, int column) {
     return text != nullptr ? reinterpret_cast<const char*>(text) : "";
 }
 
+// The read tables and the columns Provider::init finds a record's rows by.
+const std::pair<TableType, std::vector<std::string>> kReadTables[] = {
+    {PROFILE, {"profile_id", "custom_name"}},
+    {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}},
+    {GEQ_PRESET, {"profile_id", "custom_name"}},
+    {IEQ_PRESET, {"preset_type", "custom_name"}},
+    {DEVICE_TUNING, {"port"}},
+};
+
 }  // namespace
 
-void StartupSnapshot::hold() {
-    release();
-    sqlite3* db = mConnection.handle();
+StartupSnapshot StartupSnapshot::read(SettingsConnection& connection) {
+    StartupSnapshot snapshot;
+    sqlite3* db = connection.handle();
     if (db == nullptr) {
-        return;
+        return snapshot;
     }
-
-    // Not within a transaction of our own, whose reads are in it already.
-    if (sqlite3_get_autocommit(db) != 0) {
-        mReadTransaction = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
-    }
-    // The keys of the start-up lookups: queryProfileValue, queryEndpointValue,
-    // queryGeqValue, queryTuning, queryDeviceTunings, queryConfigurationValue.
-    const std::pair<TableType, std::vector<std::string>> kHeldTables[] = {
-        {PROFILE, {"profile_id", "custom_name"}},
-        {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}},
-        {GEQ_PRESET, {"profile_id", "custom_name"}},
-        {TUNING, {"name"}},
-        {DEVICE_TUNING, {"port"}},
-        {CONFIGURATION, {"key"}},
-    };
-    const std::set<TableType> own = ownTables();
-    std::map<TableType, HeldTable> held;
-    for (const auto& [type, keyColumns] : kHeldTables) {
-        if (own.count(type) == 0 || !readTable(type, keyColumns, &held[type])) {
-            held.erase(type);
+    // One read transaction, unless the caller's transaction holds the reads already.
+    const bool ownTransaction =
+            sqlite3_get_autocommit(db) != 0 && sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+    const std::set<TableType> own = ownTables(connection);
+    for (const auto& [type, keyColumns] : kReadTables) {
+        Table table;
+        if (own.count(type) != 0 && readTable(connection, type, keyColumns, &table)) {
+            snapshot.mTables.emplace(type, std::move(table));
         }
     }
-    mHeld = std::move(held);
-}
-
-void StartupSnapshot::drop() {
-    mHeld.clear();
-    mReadTransaction = false;
-}
-
-void StartupSnapshot::release() {
-    mHeld.clear();
-    if (mReadTransaction) {
-        mReadTransaction = false;
-        sqlite3* db = mConnection.handle();
-        // Only reads ran in it; ending it cannot lose anything.
-        if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
-            sqlite3_get_autocommit(db) == 0) {
-            sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
-        }
+    // Only reads ran in it; ending it cannot lose anything.
+    if (ownTransaction && sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
+        sqlite3_get_autocommit(db) == 0) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
+    return snapshot;
 }
 
-std::set<TableType> StartupSnapshot::ownTables() {
-    sqlite3* db = mConnection.handle();
+std::set<TableType> StartupSnapshot::ownTables(SettingsConnection& connection) {
+    sqlite3* db = connection.handle();
     // Only for those does matching text in memory give what
     // "WHERE column='value'" gives: TEXT affinity, binary collation and no
     // index that could order the rows differently.
@@ -107,10 +91,11 @@ std::set<TableType> StartupSnapshot::ownTables() {
     return own;
 }
 
-bool StartupSnapshot::readTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held) {
-    sqlite3* db = mConnection.handle();
+bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
+                                const std::vector<std::string>& keyColumns, Table* table) {
     int ret = SQLITE_OK;
-    Statement statement = SettingsConnection::prepare(db, "SELECT rowid, * FROM " + TableSchema::tableName(type), &ret);
+    Statement statement =
+            SettingsConnection::prepare(connection.handle(), "SELECT rowid, * FROM " + TableSchema::tableName(type), &ret);
     if (ret != SQLITE_OK || !statement) {
         return false;
     }
@@ -128,7 +113,10 @@ bool StartupSnapshot::readTable(TableType type, const std::vector<std::string>& 
         return false;
     }
     while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
-        std::vector<std::string> key;
+        if (sqlite3_column_type(stmt, keyIndexes.back()) == SQLITE_TEXT) {
+            ++table->lastKeyCounts[cellString(stmt, keyIndexes.back())];
+        }
+        Key key;
         for (int i : keyIndexes) {
             if (sqlite3_column_type(stmt, i) != SQLITE_TEXT) {
                 break;  // NULL or a blob equals no text
@@ -137,30 +125,37 @@ bool StartupSnapshot::readTable(TableType type, const std::vector<std::string>& 
                              static_cast<size_t>(sqlite3_column_bytes(stmt, i)));
         }
         if (key.size() == keyIndexes.size()) {
-            SettingsConnection::appendCells(stmt, columns, (*held)[std::move(key)]);
+            SettingsConnection::appendCells(stmt, columns, table->rows[std::move(key)]);
         }
     }
     if (ret != SQLITE_DONE && (SettingsConnection::isDamageCode(ret) || SettingsConnection::isBusyCode(ret))) {
-        mConnection.logFailure(ret);
+        connection.logFailure(ret);
     }
     return ret == SQLITE_DONE;
 }
 
-const std::vector<RowData>* StartupSnapshot::rows(TableType type, const Where& where) const {
+const std::vector<RowData>* StartupSnapshot::rows(TableType type, const Key& key) const {
     static const std::vector<RowData> kNone;
-    auto table = mHeld.find(type);
-    if (table == mHeld.end()) {
+    auto table = mTables.find(type);
+    if (table == mTables.end()) {
         return nullptr;
     }
-    std::vector<std::string> key;
-    for (const auto& condition : where) {
-        if (condition.second.find('\0') != std::string::npos) {
+    for (const std::string& value : key) {
+        if (value.find('\0') != std::string::npos) {
             return nullptr;  // SQL refuses such a statement, and says so
         }
-        key.push_back(condition.second);
     }
-    auto selected = table->second.find(key);
-    return selected != table->second.end() ? &selected->second : &kNone;
+    auto selected = table->second.rows.find(key);
+    return selected != table->second.rows.end() ? &selected->second : &kNone;
+}
+
+int StartupSnapshot::countWithLastKey(TableType type, const std::string& value) const {
+    auto table = mTables.find(type);
+    if (table == mTables.end()) {
+        return -1;
+    }
+    auto count = table->second.lastKeyCounts.find(value);
+    return count != table->second.lastKeyCounts.end() ? count->second : 0;
 }
 
 }  // namespace orvan

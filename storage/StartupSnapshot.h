@@ -3,7 +3,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "storage/RowData.h"
@@ -13,51 +12,48 @@ namespace orvan {
 
 class SettingsConnection;
 
-// The start-up read of the settings database: the start looks up ten rows
-// per profile and one per device, and a statement each made it slow. While
-// held, the snapshot has read each looked-up table once, inside one read
-// transaction, and answers a lookup by its key columns with the same rows in
-// the same order as "WHERE column='value' AND ..." would. Only tables whose
-// schema is exactly ours are held (TEXT affinity, binary collation, no
-// index), since only for those does matching text in memory give what SQL
-// gives; lookups of other tables stay SQL.
+// What a start reads of the settings database, in one pass: every row of
+// each record table, inside one read transaction, grouped by the columns
+// the start finds a record's rows by. Provider::init takes it and builds
+// every record from it, where a statement per record made the start slow.
 //
-// Not locked itself: callers hold the connection's lock. Any statement that
-// may change a table must release the snapshot first.
+// Only tables whose schema is exactly ours are read (TEXT affinity, binary
+// collation, no index), since only for those are the rows with equal key
+// text the rows "WHERE column='value' AND ..." selects, in the same order.
+// A table not read is asked through SQL, as at any other time.
 class StartupSnapshot {
 public:
-    // Column conditions of a lookup, in the order of the table's key columns.
-    using Where = std::vector<std::pair<const char*, std::string>>;
+    // The values of a table's key columns, in their order.
+    using Key = std::vector<std::string>;
 
-    explicit StartupSnapshot(SettingsConnection& connection) : mConnection(connection) {}
-    ~StartupSnapshot() { release(); }
-    StartupSnapshot(const StartupSnapshot&) = delete;
-    StartupSnapshot& operator=(const StartupSnapshot&) = delete;
+    StartupSnapshot() = default;
+    StartupSnapshot(StartupSnapshot&&) = default;
+    StartupSnapshot& operator=(StartupSnapshot&&) = default;
 
-    // Reads every looked-up table; a table that cannot be read whole is not held.
-    void hold();
-    // Forgets the rows and ends the read transaction hold() began.
-    void release();
-    // Forgets the rows without a statement: the connection is closing.
-    void drop();
+    // Reads the tables through `connection`, whose lock the caller holds.
+    static StartupSnapshot read(SettingsConnection& connection);
 
-    // The cells of the held rows that `where` selects; null when the table
-    // is not held (or the lookup is one SQL refuses), and the caller asks SQL.
-    const std::vector<RowData>* rows(TableType type, const Where& where) const;
+    // The cells of the rows of `type` whose key columns hold `key`, row after
+    // row in table order; null when the table was not read (and the caller
+    // asks SQL), empty when no row has that key.
+    const std::vector<RowData>* rows(TableType type, const Key& key) const;
+    // How many rows of `type` have `value` in their last key column
+    // ("custom_name" for the profile tables); -1 when the table was not read.
+    int countWithLastKey(TableType type, const std::string& value) const;
 
 private:
-    // The cells of a held table's rows by key (the values of the key columns,
-    // which must all be text to match), row after row in table order.
-    using HeldTable = std::map<std::vector<std::string>, std::vector<RowData>>;
+    struct Table {
+        std::map<Key, std::vector<RowData>> rows;
+        // Rows by the text of their last key column, whatever the others hold.
+        std::map<std::string, int> lastKeyCounts;
+    };
 
     // Which tables are exactly as the schema creates them, in a UTF-8 database.
-    std::set<TableType> ownTables();
-    bool readTable(TableType type, const std::vector<std::string>& keyColumns, HeldTable* held);
+    static std::set<TableType> ownTables(SettingsConnection& connection);
+    static bool readTable(SettingsConnection& connection, TableType type, const std::vector<std::string>& keyColumns,
+                          Table* table);
 
-    SettingsConnection& mConnection;
-    std::map<TableType, HeldTable> mHeld;
-    // Whether hold() began the open read transaction.
-    bool mReadTransaction = false;
+    std::map<TableType, Table> mTables;
 };
 
 }  // namespace orvan

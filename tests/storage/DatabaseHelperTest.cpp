@@ -111,20 +111,26 @@ TEST_F(DatabaseHelperTest, QuotesInNamesRoundTripAndChangeNoStatement) {
     EXPECT_EQ(rowsOf(mDb, "SELECT name FROM sqlite_master", 1).size(), kTableTypeCount);
 }
 
-// Everything the start-up lookups return, as text, for comparing held and SQL answers.
-std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names) {
+// Everything the start-up lookups return, as text, for comparing the
+// snapshot's answers with SQL's.
+std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names, const StartupSnapshot* snapshot) {
     std::string out;
     for (const std::string& name : names) {
         Profile profile(0, "", false);
-        out += std::to_string(db.queryProfileValue(name, "custom", &profile)) + profile.toString();
+        int64_t rowId = 0;
+        out += std::to_string(db.queryProfileValue(name, "custom", &profile, &rowId, snapshot)) +
+               profile.toString() + std::to_string(rowId);
         ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_OFF);
-        out += std::to_string(db.queryEndpointValue(name, "speaker", "default", &endpoint)) + endpoint.toString();
+        out += std::to_string(db.queryEndpointValue(name, "speaker", "default", &endpoint, &rowId, snapshot)) +
+               endpoint.toString() + std::to_string(rowId);
         GeqPreset geq(0);
-        out += std::to_string(db.queryGeqValue(name, "custom", &geq)) + geq.toString();
+        out += std::to_string(db.queryGeqValue(name, "custom", &geq, &rowId, snapshot)) + geq.toString();
+        IeqPreset ieq(PRESET_OFF);
+        out += std::to_string(db.queryIeqValue(name, "default", &ieq, snapshot)) + ieq.toString();
         Tuning tuning(name, ENDPOINT_SPEAKER, false);
         out += std::to_string(db.queryTuning(name, &tuning)) + tuning.toString();
         std::vector<std::unique_ptr<DeviceTuning>> devices;
-        db.queryDeviceTunings(name, devices);
+        db.queryDeviceTunings(name, devices, snapshot);
         for (const auto& device : devices) {
             out += device->toString();
         }
@@ -133,10 +139,10 @@ std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names)
     return out;
 }
 
-// The start-up load reads whole tables once instead of asking SQL per record:
-// the answers must not change, whatever the rows hold and wherever the rows
-// are not ours to interpret.
-TEST_F(DatabaseHelperTest, HeldTablesAnswerLookupsAsSqlDoes) {
+// A start builds its records from one read of whole tables instead of
+// asking SQL per record: the answers must not change, whatever the rows hold
+// and wherever the rows are not ours to interpret.
+TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
     const std::vector<std::string> names = {"0", "1", "it's", "absent", "", std::string("a\0b", 3)};
     for (int i = 0; i < 2; ++i) {
         for (const std::string& name : {std::string("0"), std::string("1"), std::string("it's")}) {
@@ -151,6 +157,9 @@ TEST_F(DatabaseHelperTest, HeldTablesAnswerLookupsAsSqlDoes) {
             GeqPreset geq(profileId);
             fillAll(geq, 20 + i);
             mDb.insertValue(&geq, "custom", -1);
+            IeqPreset ieq(static_cast<PresetType>(profileId % kPresetTypeCount));
+            fillAll(ieq, 25 + i);
+            mDb.insertValue(&ieq, "default");
             Tuning tuning(name, ENDPOINT_HEADPHONE, i == 1);
             fillAll(tuning, 30 + i);
             mDb.insertValue(&tuning, "default");
@@ -159,22 +168,15 @@ TEST_F(DatabaseHelperTest, HeldTablesAnswerLookupsAsSqlDoes) {
             mDb.insertConfigurationValue(name, "value" + std::to_string(i));
         }
     }
-    const std::string bySql = lookUpAll(mDb, names);
+    const std::string bySql = lookUpAll(mDb, names, nullptr);
     ASSERT_NE(bySql.find("dev1"), std::string::npos);
+    EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), bySql);
 
-    mDb.holdTableRows();
-    EXPECT_EQ(lookUpAll(mDb, names), bySql);
-    // A write ends the hold: what it changed is seen at once.
-    EXPECT_TRUE(mDb.updateTuningDevice("1", "changed"));
-    EXPECT_EQ(mDb.queryConfigurationValue("1"), "changed");
-
-    // A table that is no longer as the helper made it is asked through SQL.
+    // A table that is no longer as the helper made it is not read: SQL answers.
     ASSERT_TRUE(mDb.execSQL("CREATE INDEX by_port ON device_tunings(port DESC, device DESC)"));
-    mDb.updateTuningDevice("1", "value1");
-    const std::string withIndex = lookUpAll(mDb, names);
-    mDb.holdTableRows();
-    EXPECT_EQ(lookUpAll(mDb, names), withIndex);
-    mDb.releaseTableRows();
+    const std::string withIndex = lookUpAll(mDb, names, nullptr);
+    ASSERT_NE(withIndex, bySql);
+    EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), withIndex);
 }
 
 TEST(StorageClosedTest, WithoutADataDirectoryEveryCallAnswersNeutrally) {
