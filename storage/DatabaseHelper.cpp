@@ -525,17 +525,24 @@ int64_t DatabaseHelper::onlyRowId(const std::vector<RowData>& rows) {
 }
 
 bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* record) const {
-    auto found = mParameterNames.find(cell.name);
-    if (found == mParameterNames.end()) {
+    // Cells name their column with the one kept copy of the name, so its
+    // address stands for it.
+    auto known = mParameterOfName.find(cell.name.data());
+    if (known == mParameterOfName.end()) {
+        auto found = mParameterNames.find(std::string(cell.name));
+        known = mParameterOfName.emplace(cell.name.data(), found != mParameterNames.end() ? found->second : -1).first;
+    }
+    if (known->second < 0) {
         return false;
     }
+    const Parameter parameter = static_cast<Parameter>(known->second);
     Values values;
     if (cell.type == RowData::kText) {
         string2IntVector(cell.textValue, values);
     } else if (cell.type == RowData::kInteger) {
         values.push_back(cell.intValue);
     }
-    record->set(found->second, std::move(values));
+    record->set(parameter, std::move(values));
     return true;
 }
 

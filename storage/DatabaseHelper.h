@@ -205,6 +205,10 @@ private:
     TableSchema mSchema;
     SettingsConnection mConnection;
     std::unordered_map<std::string, Parameter> mParameterNames;
+    // The parameter of each column name cells carry, by the name's kept
+    // address (see RowData::name); -1 for a column that is no parameter.
+    // Filled under the connection's lock.
+    mutable std::unordered_map<const char*, int> mParameterOfName;
     // The row counts a rebuild asks before every insert; declared after the
     // connection, so finalized before it closes.
     std::array<Statement, kTableTypeCount> mCounts;

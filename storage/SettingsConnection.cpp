@@ -12,6 +12,10 @@
 #include <cstring>
 #include <ctime>
 
+#include <mutex>
+#include <string_view>
+#include <unordered_set>
+
 #include <log/log.h>
 
 #include "storage/TableSchema.h"
@@ -97,30 +101,46 @@ bool SettingsConnection::isBusyCode(int result) {
     return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
 }
 
-void SettingsConnection::appendCells(sqlite3_stmt* stmt, int columns, std::vector<RowData>& rows) {
-    const size_t needed = rows.size() + static_cast<size_t>(columns);
+std::vector<std::string_view> SettingsConnection::columnNames(sqlite3_stmt* stmt) {
+    // Column names come from the schema, a few hundred at most; a set's
+    // elements never move.
+    static std::mutex sLock;
+    static std::unordered_set<std::string> sNames;
+    std::lock_guard<std::mutex> guard(sLock);
+    std::vector<std::string_view> names;
+    const int columns = sqlite3_column_count(stmt);
+    for (int i = 0; i < columns; ++i) {
+        const char* name = sqlite3_column_name(stmt, i);
+        names.push_back(*sNames.emplace(name != nullptr ? name : "").first);
+    }
+    return names;
+}
+
+void SettingsConnection::appendCells(sqlite3_stmt* stmt, const std::vector<std::string_view>& names,
+                                     std::vector<RowData>& rows) {
+    const size_t needed = rows.size() + names.size();
     if (rows.capacity() < needed) {
         rows.reserve(std::max(2 * rows.capacity(), needed));
     }
-    for (int i = 0; i < columns; ++i) {
+    for (size_t i = 0; i < names.size(); ++i) {
+        const int column = static_cast<int>(i);
         RowData& cell = rows.emplace_back();
-        const char* name = sqlite3_column_name(stmt, i);
-        cell.name = name != nullptr ? name : "";
-        cell.type = sqlite3_column_type(stmt, i);
+        cell.name = names[i];
+        cell.type = sqlite3_column_type(stmt, column);
         if (cell.type == RowData::kInteger) {
-            cell.intValue = sqlite3_column_int(stmt, i);
+            cell.intValue = sqlite3_column_int(stmt, column);
         } else if (cell.type == RowData::kText) {
-            const unsigned char* text = sqlite3_column_text(stmt, i);
+            const unsigned char* text = sqlite3_column_text(stmt, column);
             cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
         }
     }
 }
 
 int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement) {
-    const int columns = sqlite3_column_count(statement);
+    const std::vector<std::string_view> names = columnNames(statement);
     int ret = SQLITE_OK;
     while ((ret = sqlite3_step(statement)) == SQLITE_ROW) {
-        appendCells(statement, columns, rows);
+        appendCells(statement, names, rows);
     }
     sqlite3_reset(statement);
     sqlite3_clear_bindings(statement);

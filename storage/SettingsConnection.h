@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "storage/RowData.h"
@@ -95,8 +96,13 @@ public:
     static Statement prepare(sqlite3* db, const std::string& sql, int* result);
     static bool isDamageCode(int result);
     static bool isBusyCode(int result);
-    // Appends the cells of the statement's current row, in column order.
-    static void appendCells(sqlite3_stmt* stmt, int columns, std::vector<RowData>& rows);
+    // The names of the statement's result columns, each kept for the life of
+    // the process, so that cells can name their column without a copy.
+    static std::vector<std::string_view> columnNames(sqlite3_stmt* stmt);
+    // Appends the cells of the statement's current row, in column order;
+    // `names` are its columnNames.
+    static void appendCells(sqlite3_stmt* stmt, const std::vector<std::string_view>& names,
+                            std::vector<RowData>& rows);
 
 private:
     struct Closer {

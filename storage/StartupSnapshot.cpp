@@ -100,7 +100,8 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
         return false;
     }
     sqlite3_stmt* stmt = statement.get();
-    const int columns = sqlite3_column_count(stmt);
+    const std::vector<std::string_view> names = SettingsConnection::columnNames(stmt);
+    const int columns = static_cast<int>(names.size());
     std::vector<int> keyIndexes;
     for (const std::string& key : keyColumns) {
         for (int i = 0; i < columns; ++i) {
@@ -125,7 +126,7 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
                              static_cast<size_t>(sqlite3_column_bytes(stmt, i)));
         }
         if (key.size() == keyIndexes.size()) {
-            SettingsConnection::appendCells(stmt, columns, table->rows[std::move(key)]);
+            SettingsConnection::appendCells(stmt, names, table->rows[std::move(key)]);
         }
     }
     if (ret != SQLITE_DONE && (SettingsConnection::isDamageCode(ret) || SettingsConnection::isBusyCode(ret))) {
