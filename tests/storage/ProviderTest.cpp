@@ -191,6 +191,24 @@ TEST_F(ProviderTest, SaveUpdatesTheUsersRowWhereItStandsAndMendsDuplicates) {
     EXPECT_EQ(valuesOf(reopened.loadProfile(0), reverb_suppression_amount), Values{66});
 }
 
+// init() builds the records from what it read; the first load hands each
+// out as built, and a later load (a reload of every profile) reads its row again.
+TEST_F(ProviderTest, InitBuildsRecordsOnceAndLaterLoadsReadTheirRowsAgain) {
+    Provider provider;
+    populate(provider);
+    ASSERT_EQ(provider.init(), 0);
+    DatabaseHelper(Provider::kDatabaseFile)
+            .execSQL("UPDATE profiles SET reverb_suppression_amount='77' WHERE custom_name='custom'");
+    const Profile stored = profileRecord(0);
+    Profile* profile = provider.loadProfile(0);
+    EXPECT_EQ(valuesOf(profile, reverb_suppression_amount), valuesOf(&stored, reverb_suppression_amount))
+            << "the first load read the row again";
+    EXPECT_FALSE(profile->isDirty());
+    EXPECT_EQ(provider.loadProfile(0), profile);
+    EXPECT_EQ(valuesOf(profile, reverb_suppression_amount), Values{77});
+    EXPECT_EQ(provider.loadDeviceTuningsForPort(PORT_HEADPHONE).size(), 1u) << "built with the profiles";
+}
+
 // Devices naming one tuning share one object; only devices whose tuning
 // exists are served; a reload serves new records and leaves the ones held by
 // readers on other threads as they were.
