@@ -18,16 +18,21 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-size_t skipBlanks(const std::string& text, size_t pos) {
+size_t skipBlanks(std::string_view text, size_t pos) {
     while (pos < text.size() && isBlank(text[pos])) {
         ++pos;
     }
     return pos;
 }
 
+// A text quoted in a log shows at most its first 40 characters.
+int logLength(std::string_view text) {
+    return static_cast<int>(text.size() < 40 ? text.size() : 40);
+}
+
 }  // namespace
 
-bool IntegerText::read(const std::string& text, size_t& pos, int32_t& value, bool* fits) {
+bool IntegerText::read(std::string_view text, size_t& pos, int32_t& value, bool* fits) {
     size_t p = skipBlanks(text, pos);
     bool negative = false;
     if (p < text.size() && (text[p] == '+' || text[p] == '-')) {
@@ -62,27 +67,27 @@ bool IntegerText::read(const std::string& text, size_t& pos, int32_t& value, boo
     if (value != signedValue) {
         const size_t digits = p - digitsStart;
         ALOGW("number %s%.*s%s does not fit in 32 bits, using %d", negative ? "-" : "",
-              static_cast<int>(digits > 24 ? 24 : digits), text.c_str() + digitsStart, digits > 24 ? "..." : "",
+              static_cast<int>(digits > 24 ? 24 : digits), text.data() + digitsStart, digits > 24 ? "..." : "",
               value);
     }
     pos = p;
     return true;
 }
 
-int32_t IntegerText::toInt32(const std::string& text) {
+int32_t IntegerText::toInt32(std::string_view text) {
     size_t pos = 0;
     int32_t value = 0;
     if (!read(text, pos, value)) {
-        ALOGW("\"%.40s\" is not a number, using 0", text.c_str());
+        ALOGW("\"%.*s\" is not a number, using 0", logLength(text), text.data());
         return 0;
     }
     if (skipBlanks(text, pos) != text.size()) {
-        ALOGW("\"%.40s\" is not a whole number, using %d", text.c_str(), value);
+        ALOGW("\"%.*s\" is not a whole number, using %d", logLength(text), text.data(), value);
     }
     return value;
 }
 
-bool IntegerText::toInt32Strict(const std::string& text, int32_t& value) {
+bool IntegerText::toInt32Strict(std::string_view text, int32_t& value) {
     size_t pos = 0;
     int32_t parsed = 0;
     bool fits = false;
@@ -93,7 +98,7 @@ bool IntegerText::toInt32Strict(const std::string& text, int32_t& value) {
     return true;
 }
 
-Values IntegerText::toList(const std::string& text, bool* whole) {
+Values IntegerText::toList(std::string_view text, bool* whole) {
     Values values;
     if (whole != nullptr) {
         *whole = true;
@@ -106,7 +111,7 @@ Values IntegerText::toList(const std::string& text, bool* whole) {
             if (whole != nullptr) {
                 *whole = false;
             } else {
-                ALOGW("list \"%.40s\" does not start with a number", text.c_str());
+                ALOGW("list \"%.*s\" does not start with a number", logLength(text), text.data());
             }
         }
         return values;
@@ -123,7 +128,8 @@ Values IntegerText::toList(const std::string& text, bool* whole) {
         if (whole != nullptr) {
             *whole = false;
         } else {
-            ALOGW("list \"%.40s\" stops after %zu numbers at offset %zu", text.c_str(), values.size(), pos);
+            ALOGW("list \"%.*s\" stops after %zu numbers at offset %zu", logLength(text), text.data(), values.size(),
+                  pos);
         }
     }
     return values;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "model/ParameterValues.h"
 #include "tuningfile/TagIterator.h"
@@ -26,16 +27,30 @@ public:
     // iterator standing on it; the iterator ends where it started. `visit`
     // must leave the iterator on the child it was given.
     static void forEachChildElement(TagIterator& it, const std::function<void(TagIterator&)>& visit);
+    // The same without wrapping `visit` in a std::function, for the walk
+    // over a whole file.
+    template <typename Visit>
+    static void forEachChild(TagIterator& it, Visit&& visit) {
+        it.pushNode();
+        if (it.firstChildElement()) {
+            for (; it.isCurValid(); it.next()) {
+                if (it.isElementNode()) {
+                    visit(it);
+                }
+            }
+        }
+        it.popNode();
+    }
     // Reports, on the element under `it`, that the integer list `what` stops
     // after `count` numbers, before the end of `text`.
-    static void reportStop(TagIterator& it, const std::string& what, const std::string& text, size_t count);
+    static void reportStop(TagIterator& it, const std::string& what, std::string_view text, size_t count);
 
     // Reports the first number of `text` beyond 32 bits, which reads clamped.
-    static void reportClamped(TagIterator& it, const std::string& what, const std::string& text);
+    static void reportClamped(TagIterator& it, const std::string& what, std::string_view text);
 
 private:
     // Why a matrix was refused: rows of different lengths, or no numbers.
-    static void reportUneven(TagIterator& it, const std::string& text);
+    static void reportUneven(TagIterator& it, std::string_view text);
 };
 
 }  // namespace orvan

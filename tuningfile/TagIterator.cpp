@@ -8,6 +8,8 @@
 #include <log/log.h>
 #include <utils/Errors.h>
 
+#include <cstring>
+
 #include "tuningfile/IntegerText.h"
 #include "tuningfile/TuningFileReader.h"
 
@@ -30,6 +32,18 @@ bool isElement(const xmlNode* node) {
 // The value of one attribute node, entities resolved.
 std::string attributeValue(const xmlAttr* attribute) {
     return toString(XmlString(xmlNodeListGetString(attribute->doc, attribute->children, 1)));
+}
+
+// The value of one attribute node as xmlNodeListGetString (and xmlGetProp)
+// give it, viewed in place when it is one text node, as it nearly always is.
+std::string_view attributeView(const xmlAttr* attribute, std::string& scratch) {
+    const xmlNode* children = attribute->children;
+    if (children != nullptr && children->next == nullptr &&
+        (children->type == XML_TEXT_NODE || children->type == XML_CDATA_SECTION_NODE)) {
+        return children->content != nullptr ? reinterpret_cast<const char*>(children->content) : "";
+    }
+    scratch = attributeValue(attribute);
+    return scratch;
 }
 
 // libxml2 reports I/O failures through this handler as well as through
@@ -178,6 +192,54 @@ void TagIterator::parseNodeWithName(const std::vector<std::string>& names, std::
     for (const std::string& name : names) {
         out.push_back(toString(XmlString(xmlGetProp(mCurrent, reinterpret_cast<const xmlChar*>(name.c_str())))));
     }
+}
+
+const char* TagIterator::nodeName() const {
+    if (mCurrent == nullptr || mCurrent->name == nullptr) {
+        return "";
+    }
+    return reinterpret_cast<const char*>(mCurrent->name);
+}
+
+bool TagIterator::isNamed(const char* name) const {
+    return std::strcmp(nodeName(), name) == 0;
+}
+
+bool TagIterator::attributeText(const char* name, std::string_view& text, std::string& scratch) const {
+    if (mCurrent == nullptr) {
+        ALOGE("Invalid node when parsing String vector.");
+        return false;
+    }
+    if (!isElement(mCurrent)) {
+        return false;
+    }
+    // xmlGetProp's search: the first attribute of that name in no namespace.
+    for (const xmlAttr* attribute = mCurrent->properties; attribute != nullptr; attribute = attribute->next) {
+        if (attribute->ns == nullptr && xmlStrEqual(attribute->name, reinterpret_cast<const xmlChar*>(name))) {
+            text = attributeView(attribute, scratch);
+            return true;
+        }
+    }
+    // Only a DTD could default it, and it is libxml2's to read.
+    if (mCurrent->doc != nullptr && mCurrent->doc->intSubset != nullptr) {
+        scratch = toString(XmlString(xmlGetProp(mCurrent, reinterpret_cast<const xmlChar*>(name))));
+        text = scratch;
+        return true;
+    }
+    text = std::string_view("");
+    return true;
+}
+
+bool TagIterator::firstAttributeText(std::string_view& text, std::string& scratch) const {
+    if (mCurrent == nullptr) {
+        ALOGE("Invalid node when parsing String vector.");
+        return false;
+    }
+    if (!isElement(mCurrent) || mCurrent->properties == nullptr) {
+        return false;
+    }
+    text = attributeView(mCurrent->properties, scratch);
+    return true;
 }
 
 bool TagIterator::firstChildElement() {

@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -54,6 +55,16 @@ public:
     // element lacks; with no names, every attribute value in document order.
     virtual void parseNodeWithName(const std::vector<std::string>& names,
                                    std::vector<std::string>& out) const;
+
+    // Reading without copies, for the walk over a whole file.
+    // The current node's name, as getNodeName() gives it.
+    const char* nodeName() const;
+    bool isNamed(const char* name) const;
+    // What parseNodeWithName({name}) would append, as a view that lives as
+    // long as the document or `scratch`; false where it would append nothing.
+    bool attributeText(const char* name, std::string_view& text, std::string& scratch) const;
+    // The same for the first value parseNodeAll() would give.
+    bool firstAttributeText(std::string_view& text, std::string& scratch) const;
 
     // To the first element child, whether or not text precedes it. Returns
     // false, and stays, when the current node has no element child.

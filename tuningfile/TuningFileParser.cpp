@@ -162,9 +162,9 @@ PresetType TuningFileParser::getIeqPresetTypeByName(const std::string& name) {
 }
 
 std::string TuningFileParser::attribute(const char* name) const {
-    std::vector<std::string> values;
-    mIterator.parseNodeWithName({name}, values);
-    return values.empty() ? "" : values[0];
+    std::string scratch;
+    std::string_view text;
+    return mIterator.attributeText(name, text, scratch) ? std::string(text) : "";
 }
 
 void TuningFileParser::parseTuningFile(Records& records) {
@@ -173,20 +173,20 @@ void TuningFileParser::parseTuningFile(Records& records) {
         if (!mIterator.isElementNode()) {
             continue;
         }
-        const std::string name = mIterator.getNodeName();
-        if (name == "format_version") {
+        if (mIterator.isNamed("format_version")) {
             records.formatVersion = parseVersion();
             ++seen.formatVersions;
-        } else if (name == "tool_version") {
+        } else if (mIterator.isNamed("tool_version")) {
             records.toolVersion = parseVersion();
-        } else if (name == "preset") {
+        } else if (mIterator.isNamed("preset")) {
             parsePreset(records, seen);
-        } else if (name == "profile") {
+        } else if (mIterator.isNamed("profile")) {
             parseProfile(records, seen);
-        } else if (name == "tuning") {
+        } else if (mIterator.isNamed("tuning")) {
             parseTuning(records, seen);
         } else {
-            mIterator.report(kWarning, "element", "<" + name + "> is not part of a tuning file; skipped");
+            mIterator.report(kWarning, "element",
+                             "<" + mIterator.getNodeName() + "> is not part of a tuning file; skipped");
         }
     }
     reportCrossReferences(seen);
@@ -240,7 +240,7 @@ void TuningFileParser::parsePreset(Records& records, Seen& seen) {
     }
     // A body of another type than the preset's is skipped.
     const auto isBody = [&](TagIterator& child) {
-        if (child.getNodeName() == type) {
+        if (type == child.nodeName()) {
             return true;
         }
         if (named) {
@@ -249,12 +249,12 @@ void TuningFileParser::parsePreset(Records& records, Seen& seen) {
         }
         return false;
     };
-    const auto reportBodies = [&]() { NodeParseUtils::forEachChildElement(mIterator, isBody); };
+    const auto reportBodies = [&]() { NodeParseUtils::forEachChild(mIterator, isBody); };
     if (type == "ieq") {
         const PresetType kind = getIeqPresetTypeByName(id);
         IeqPreset* preset = records.keep(std::make_unique<IeqPreset>(kind), records.ieqPresets);
         preset->set(ieq_id, {kind});
-        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
+        NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
             if (isBody(child)) {
                 applySetter(*preset, "IEQ preset", nullptr, nullptr);
             }
@@ -295,7 +295,7 @@ void TuningFileParser::parsePreset(Records& records, Seen& seen) {
             return;
         }
         GeqPreset* preset = records.keep(std::make_unique<GeqPreset>(profileId), records.geqPresets);
-        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
+        NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
             if (isBody(child)) {
                 applySetter(*preset, "GEQ preset", nullptr, nullptr);
             }
@@ -336,8 +336,8 @@ void TuningFileParser::parseProfile(Records& records, Seen& seen) {
     const RecordName recordName{"profile", id, nullptr};
     Given given;
     std::map<std::string, int> endpoints;
-    NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
-        if (child.getNodeName() == "endpoint_type") {
+    NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
+        if (child.isNamed("endpoint_type")) {
             const std::string endpoint = attribute("id");
             auto [earlier, isNew] = endpoints.emplace(endpoint, child.getLine());
             if (!isNew) {
@@ -374,7 +374,7 @@ void TuningFileParser::parseProfileEndpoint(Records& records, Seen& seen, int32_
     std::string presetName;
     bool included = false;
     mIterator.pushNode();
-    if (mIterator.firstChildElement() && mIterator.getNodeName() == "include") {
+    if (mIterator.firstChildElement() && mIterator.isNamed("include")) {
         presetName = attribute("preset");
         included = true;
         seen.includes.emplace_back(mIterator.getLine(), presetName);
@@ -383,8 +383,8 @@ void TuningFileParser::parseProfileEndpoint(Records& records, Seen& seen, int32_
     if (!included) {
         // An endpoint that turns its IEQ off needs no curve.
         bool ieqOff = false;
-        NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
-            if (child.getNodeName() == "ieq-enable") {
+        NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
+            if (child.isNamed("ieq-enable")) {
                 const std::string value = attribute("value");
                 ieqOff = value == "false" || value == "0";
             }
@@ -400,8 +400,8 @@ void TuningFileParser::parseProfileEndpoint(Records& records, Seen& seen, int32_
                                            records.profileEndpoints);
     record->setDirty(true);
     Given given;
-    NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
-        if (child.getNodeName() != "include") {
+    NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
+        if (!child.isNamed("include")) {
             applySetter(*record, "profile endpoint", &recordName, &given);
         }
     });
@@ -449,23 +449,22 @@ void TuningFileParser::parseTuning(Records& records, Seen& seen) {
     tuning->set(output_channels, channels);
 
     bool hasData = false;
-    NodeParseUtils::forEachChildElement(mIterator, [&](TagIterator& child) {
-        const std::string childName = child.getNodeName();
-        if (childName == "device_id") {
+    NodeParseUtils::forEachChild(mIterator, [&](TagIterator& child) {
+        if (child.isNamed("device_id")) {
             parseDeviceTuning(records, seen, name);
-        } else if (childName == "data") {
+        } else if (child.isNamed("data")) {
             if (hasData) {
                 child.report(kWarning, "element", recordName.text() + ": extra <data> ignored");
                 return;
             }
             hasData = true;
             Given given;
-            NodeParseUtils::forEachChildElement(child, [&](TagIterator&) {
+            NodeParseUtils::forEachChild(child, [&](TagIterator&) {
                 applySetter(*tuning, "tuning", &recordName, &given);
             });
             reportMissing(Tuning::kValidParams, recordName, given);
         } else {
-            child.report(kWarning, "element", recordName.text() + ": <" + childName + "> skipped");
+            child.report(kWarning, "element", recordName.text() + ": <" + child.getNodeName() + "> skipped");
         }
     });
     if (!hasData) {
@@ -488,62 +487,95 @@ void TuningFileParser::parseDeviceTuning(Records& records, Seen& seen, const std
     records.ownedDeviceTunings.push_back(std::move(deviceTuning));
 }
 
+namespace {
+
+// A setter and its place in SetterCollection::kAllValueSetters, which is
+// also its bit in a record's Given.
+struct SetterEntry {
+    const ValueSetter* setter;
+    size_t index;
+};
+
+// Asked for every element of the file: hashed once, and without copying the
+// name. Where two setters share a name the first one counts, as in the
+// collection.
+const SetterEntry* findSetter(std::string_view name) {
+    static const std::unordered_map<std::string_view, SetterEntry> kSetters = [] {
+        std::unordered_map<std::string_view, SetterEntry> setters;
+        size_t index = 0;
+        for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
+            setters.emplace(setter->getNodeName(), SetterEntry{setter, index++});
+        }
+        return setters;
+    }();
+    const auto found = kSetters.find(name);
+    return found != kSetters.end() ? &found->second : nullptr;
+}
+
+// The setters whose parameters all have a column in a record with `valid`.
+std::bitset<256> settersWithin(const ParameterSet& valid) {
+    std::bitset<256> within;
+    size_t index = 0;
+    for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
+        const std::vector<Parameter>& parameters = setter->getParameters();
+        within.set(index++, std::all_of(parameters.begin(), parameters.end(),
+                                        [&](Parameter parameter) { return valid.count(parameter) != 0; }));
+    }
+    return within;
+}
+
+// settersWithin() of a record kind, counted once per kind.
+std::bitset<256> belongingSetters(const ParameterSet& valid) {
+    static const std::pair<const ParameterSet*, std::bitset<256>> kKinds[] = {
+        {&Profile::kValidParams, settersWithin(Profile::kValidParams)},
+        {&ProfileEndpoint::kValidParams, settersWithin(ProfileEndpoint::kValidParams)},
+        {&Tuning::kValidParams, settersWithin(Tuning::kValidParams)},
+        {&IeqPreset::kValidParams, settersWithin(IeqPreset::kValidParams)},
+        {&GeqPreset::kValidParams, settersWithin(GeqPreset::kValidParams)},
+    };
+    for (const auto& [kind, within] : kKinds) {
+        if (kind == &valid) {
+            return within;
+        }
+    }
+    return settersWithin(valid);
+}
+
+}  // namespace
+
 void TuningFileParser::applySetter(ParameterValues& record, const char* recordKind, const RecordName* recordName,
                                    Given* given) {
-    const std::string name = mIterator.getNodeName();
-    const ValueSetter* setter = getSetterCollection().getValueSetter(name);
-    if (setter == nullptr) {
-        mIterator.report(kWarning, "element", "<" + name + "> is not a parameter; skipped");
+    const SetterEntry* entry = findSetter(mIterator.nodeName());
+    if (entry == nullptr) {
+        mIterator.report(kWarning, "element", "<" + mIterator.getNodeName() + "> is not a parameter; skipped");
         return;
     }
     // A parameter in the wrong record would have no column to be stored in.
-    for (Parameter parameter : setter->getParameters()) {
-        if (record.getValidParams().count(parameter) == 0) {
-            mIterator.report(kWarning, "element",
-                             "<" + name + "> does not belong in a " + recordKind + "; skipped");
-            return;
-        }
+    if (!belongingSetters(record.getValidParams()).test(entry->index)) {
+        mIterator.report(kWarning, "element",
+                         "<" + mIterator.getNodeName() + "> does not belong in a " + recordKind + "; skipped");
+        return;
     }
-    const size_t index = setterIndex(setter);
-    if (given != nullptr && index < given->size()) {
-        if (given->test(index)) {
-            mIterator.report(kWarning, "duplicate", "<" + name + "> is given again in " + recordName->text() +
-                                                            "; the later value wins");
+    if (given != nullptr) {
+        if (given->test(entry->index)) {
+            mIterator.report(kWarning, "duplicate", "<" + mIterator.getNodeName() + "> is given again in " +
+                                                            recordName->text() + "; the later value wins");
         }
-        given->set(index);
+        given->set(entry->index);
     }
-    setter->set(record, mIterator);
-}
-
-size_t TuningFileParser::setterIndex(const ValueSetter* setter) {
-    // Asked for every element of the file: counted once, not walked each time.
-    static const std::unordered_map<const ValueSetter*, size_t> kIndexes = [] {
-        std::unordered_map<const ValueSetter*, size_t> indexes;
-        for (const ValueSetter* each : SetterCollection::kAllValueSetters) {
-            indexes.emplace(each, indexes.size());
-        }
-        return indexes;
-    }();
-    const auto found = kIndexes.find(setter);
-    return found != kIndexes.end() ? found->second : kIndexes.size();
+    entry->setter->set(record, mIterator);
 }
 
 void TuningFileParser::reportMissing(const ParameterSet& valid, const RecordName& recordName, const Given& given) {
     // Counted first: the list is built only for a report.
-    const auto isMissing = [&](const ValueSetter* setter) {
-        const std::vector<Parameter>& parameters = setter->getParameters();
-        const size_t index = setterIndex(setter);
-        return index < given.size() && !given.test(index) &&
-               std::all_of(parameters.begin(), parameters.end(),
-                           [&](Parameter parameter) { return valid.count(parameter) != 0; });
-    };
-    const auto& all = SetterCollection::kAllValueSetters;
-    if (std::none_of(all.begin(), all.end(), isMissing)) {
+    const Given missingSetters = belongingSetters(valid) & ~given;
+    if (missingSetters.none()) {
         return;
     }
     std::vector<std::string> missing;
-    for (const ValueSetter* setter : all) {
-        if (isMissing(setter)) {
+    size_t index = 0;
+    for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
+        if (missingSetters.test(index++)) {
             missing.push_back(setter->getNodeName());
         }
     }

@@ -69,7 +69,6 @@ private:
     void applySetter(ParameterValues& record, const char* recordKind, const RecordName* recordName, Given* given);
     // Reports the parameters of `valid` that no element of the record gave.
     void reportMissing(const ParameterSet& valid, const RecordName& recordName, const Given& given);
-    static size_t setterIndex(const ValueSetter* setter);
     std::string attribute(const char* name) const;
 
     TagIterator mIterator;

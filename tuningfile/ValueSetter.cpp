@@ -63,36 +63,39 @@ void VirtualBassSubgainValueSetter::set(ParameterValues& values, TagIterator& it
 }
 
 void VirtualBassValueSetter::set(ParameterValues& values, TagIterator& it) const {
-    std::vector<std::string> texts;
-    it.parseNodeWithName(kAttrNames, texts);
-    if (texts.size() < kAttrNames.size()) {
+    std::string lowScratch;
+    std::string highScratch;
+    std::string_view low;
+    std::string_view high;
+    if (!it.attributeText(kAttrNames[0].c_str(), low, lowScratch) ||
+        !it.attributeText(kAttrNames[1].c_str(), high, highScratch)) {
         return;
     }
-    values.set(getParameters()[0], IntegerText::toList(texts[0]));
-    values.set(getParameters()[1], IntegerText::toList(texts[1]));
+    values.set(getParameters()[0], IntegerText::toList(low));
+    values.set(getParameters()[1], IntegerText::toList(high));
 }
 
 void BandValueSetter::set(ParameterValues& values, TagIterator& it) const {
     const std::vector<std::string>& names = attrNames();
-    const std::string band = bandName();
+    const char* const band = bandName();
     std::vector<std::string> lists(names.size());
-    NodeParseUtils::forEachChildElement(it, [&](TagIterator& child) {
-        if (!band.empty() && child.getNodeName() != band) {
+    std::string scratch;
+    NodeParseUtils::forEachChild(it, [&](TagIterator& child) {
+        if (band[0] != '\0' && !child.isNamed(band)) {
             child.report(ParseDiagnostics::Severity::WARNING, "element",
                          "<" + child.getNodeName() + "> is not a <" + band + ">; skipped");
             return;
         }
-        std::vector<std::string> texts;
-        child.parseNodeWithName(names, texts);
-        for (size_t i = 0; i < texts.size() && i < lists.size(); ++i) {
+        for (size_t i = 0; i < names.size(); ++i) {
+            std::string_view text;
             // An empty text would end the list early ("100,,300"), so it adds nothing.
-            if (texts[i].empty()) {
+            if (!child.attributeText(names[i].c_str(), text, scratch) || text.empty()) {
                 continue;
             }
             if (!lists[i].empty()) {
                 lists[i] += ',';
             }
-            lists[i] += texts[i];
+            lists[i] += text;
         }
     });
     const std::vector<Parameter>& parameters = getParameters();
