@@ -30,6 +30,30 @@ int logLength(std::string_view text) {
     return static_cast<int>(text.size() < 40 ? text.size() : 40);
 }
 
+// Numbers land here first, so that a list is allocated once, at its length.
+class ListBuilder {
+public:
+    void push(int32_t value) {
+        if (mCount < kInline) {
+            mInline[mCount] = value;
+        } else {
+            if (mSpill.empty()) {
+                mSpill.assign(mInline, mInline + kInline);
+            }
+            mSpill.push_back(value);
+        }
+        ++mCount;
+    }
+    size_t size() const { return mCount; }
+    Values take() { return mCount <= kInline ? Values(mInline, mInline + mCount) : std::move(mSpill); }
+
+private:
+    static constexpr size_t kInline = 64;
+    int32_t mInline[kInline];
+    size_t mCount = 0;
+    Values mSpill;
+};
+
 }  // namespace
 
 bool IntegerText::read(std::string_view text, size_t& pos, int32_t& value, bool* fits) {
@@ -99,7 +123,7 @@ bool IntegerText::toInt32Strict(std::string_view text, int32_t& value) {
 }
 
 Values IntegerText::toList(std::string_view text, bool* whole) {
-    Values values;
+    ListBuilder values;
     if (whole != nullptr) {
         *whole = true;
     }
@@ -114,15 +138,15 @@ Values IntegerText::toList(std::string_view text, bool* whole) {
                 ALOGW("list \"%.*s\" does not start with a number", logLength(text), text.data());
             }
         }
-        return values;
+        return values.take();
     }
-    values.push_back(value);
+    values.push(value);
     while (pos < text.size() && (text[pos] == ',' || isBlank(text[pos]))) {
         ++pos;
         if (!read(text, pos, value)) {
             break;
         }
-        values.push_back(value);
+        values.push(value);
     }
     if (skipBlanks(text, pos) != text.size()) {
         if (whole != nullptr) {
@@ -132,7 +156,7 @@ Values IntegerText::toList(std::string_view text, bool* whole) {
                   pos);
         }
     }
-    return values;
+    return values.take();
 }
 
 }  // namespace orvan

@@ -215,7 +215,8 @@ bool TagIterator::attributeText(const char* name, std::string_view& text, std::s
     }
     // xmlGetProp's search: the first attribute of that name in no namespace.
     for (const xmlAttr* attribute = mCurrent->properties; attribute != nullptr; attribute = attribute->next) {
-        if (attribute->ns == nullptr && xmlStrEqual(attribute->name, reinterpret_cast<const xmlChar*>(name))) {
+        if (attribute->ns == nullptr && attribute->name != nullptr && attribute->name[0] == name[0] &&
+            std::strcmp(reinterpret_cast<const char*>(attribute->name), name) == 0) {
             text = attributeView(attribute, scratch);
             return true;
         }

@@ -79,6 +79,9 @@ void BandValueSetter::set(ParameterValues& values, TagIterator& it) const {
     const std::vector<std::string>& names = attrNames();
     const char* const band = bandName();
     std::vector<std::string> lists(names.size());
+    for (std::string& list : lists) {
+        list.reserve(128);  // most band tables fit: one allocation per list
+    }
     std::string scratch;
     NodeParseUtils::forEachChild(it, [&](TagIterator& child) {
         if (band[0] != '\0' && !child.isNamed(band)) {

@@ -47,6 +47,7 @@ TEST_F(ValueSetterTest, EachSetterClassStoresWhatItsElementSays) {
         {R"(<peak-value value="loud"/>)", {{peak_value, {0}}}},
         {R"(<peak-value value="2147483648"/>)", {{peak_value, {kMax}}}},
         {R"(<peak-value value="-99999999999999999999999"/>)", {{peak_value, {kMin}}}},
+        {R"(<peak-value xmlns:x="urn:x" x:value="7" value="3"/>)", {{peak_value, {3}}}},
         {R"(<virtual-bass-process-enable value="true"/>)", {{virtual_bass_enable, {1}}}},
         {R"(<bass-mbdrc-tuning value="1,2, 3 4,"/>)", {{bass_mbdrc_tuning, {1, 2, 3, 4}}}},
         {R"(<bass-mbdrc-tuning value="100,,300"/>)", {{bass_mbdrc_tuning, {100}}}},
@@ -93,6 +94,20 @@ TEST_F(ValueSetterTest, EachSetterClassStoresWhatItsElementSays) {
         }
         EXPECT_TRUE(record.isDirty()) << c.xml;
     }
+}
+
+// A list far longer than the file's usual twenty numbers keeps every number, in order.
+TEST_F(ValueSetterTest, ALongRowKeepsEveryNumber) {
+    Values expected;
+    std::string text;
+    for (int32_t i = 0; i < 200; ++i) {
+        expected.push_back(i * 7 - 300);
+        text += (i == 0 ? "" : ",") + std::to_string(expected.back());
+    }
+    const Tuning record = apply("<bass-mbdrc-tuning value=\"" + text + "\"/>");
+    const Values* stored = record.find(bass_mbdrc_tuning);
+    ASSERT_NE(stored, nullptr);
+    EXPECT_EQ(*stored, expected);
 }
 
 // Each parameter is stored in exactly one table, so it belongs to exactly one
