@@ -1,5 +1,6 @@
 #include "model/ParameterValues.h"
 
+#include <charconv>
 #include <utility>
 
 namespace orvan {
@@ -49,6 +50,8 @@ bool ParameterValues::equals(const ParameterValues& other) const {
 }
 
 std::string ParameterValues::valuesToString() const {
+    // A rebuild writes every record through this text: numbers are written
+    // into the string in place rather than each through a string of its own.
     std::string out;
     for (const auto& [parameter, values] : mValues) {
         if (parameter == ieq_id) {
@@ -57,7 +60,9 @@ std::string ParameterValues::valuesToString() const {
         out += kParameterNames[parameter];
         out += '=';
         for (int32_t v : values) {
-            out += std::to_string(v);
+            char digits[12];
+            const auto written = std::to_chars(digits, digits + sizeof(digits), v);
+            out.append(digits, written.ptr);
             out += ',';
         }
         out += '\n';
