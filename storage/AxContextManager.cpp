@@ -109,7 +109,9 @@ bool AxContextManager::loadLocked(const std::string& file) {
         return false;
     }
     // From here the start only reads: every row it builds records from is
-    // read in one pass, and the provider builds them all from that.
+    // read in one pass, and the provider builds them all from that. The
+    // lookups that follow (tunings, settings) share the read transaction.
+    mProvider->holdReads();
     StartupSnapshot snapshot = mProvider->readStartupSnapshot();
     int result = mProvider->init(snapshot);
     // A file that just failed to parse would fail again, and log it twice.
@@ -118,6 +120,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
         ALOGE("%s(): the settings database holds no profile, rebuilding it from the tuning files",
               __func__);
         if (initDatabase(*mProvider, file, true)) {
+            mProvider->holdReads();
             snapshot = mProvider->readStartupSnapshot();
             result = mProvider->init(snapshot);
         }
@@ -136,6 +139,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
                                       : "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " could not be read";
     }
+    mProvider->releaseReads();
     mParser.reset();
     mBuilding.reset();
     return result == 0 && !mProvider->isDamaged();

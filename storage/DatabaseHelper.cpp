@@ -79,12 +79,24 @@ bool parsePresetType(const std::string& text, PresetType* type) {
     return true;
 }
 
+// The parameter a column stores; -1 for a column that is no parameter.
+int parameterOfColumn(std::string_view column) {
+    static const std::unordered_map<std::string_view, int> kByName = [] {
+        std::unordered_map<std::string_view, int> byName;
+        for (size_t i = 0; i < kParameterCount; ++i) {
+            byName.emplace(kParameterNames[i], static_cast<int>(i));
+        }
+        return byName;
+    }();
+    auto found = kByName.find(column);
+    return found != kByName.end() ? found->second : -1;
+}
+
 }  // namespace
 
 DatabaseHelper::DatabaseHelper(const std::string& fileName)
     : mConnection(DevicePaths::dataDirectory(), fileName) {
     mKnownRowCounts.fill(-1);
-    initParameterNameMap();
 }
 
 DatabaseHelper::~DatabaseHelper() = default;
@@ -102,11 +114,6 @@ std::string DatabaseHelper::setAsideDamaged() {
     return mConnection.setAsideDamaged();
 }
 
-void DatabaseHelper::initParameterNameMap() {
-    for (size_t i = 0; i < kParameterCount; ++i) {
-        mParameterNames.emplace(kParameterNames[i], static_cast<Parameter>(i));
-    }
-}
 
 std::string DatabaseHelper::getTableName(TableType type) const {
     return TableSchema::tableName(type);
@@ -529,8 +536,7 @@ bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* reco
     // address stands for it.
     auto known = mParameterOfName.find(cell.name.data());
     if (known == mParameterOfName.end()) {
-        auto found = mParameterNames.find(std::string(cell.name));
-        known = mParameterOfName.emplace(cell.name.data(), found != mParameterNames.end() ? found->second : -1).first;
+        known = mParameterOfName.emplace(cell.name.data(), parameterOfColumn(cell.name)).first;
     }
     if (known->second < 0) {
         return false;

@@ -95,6 +95,9 @@ public:
 
     // Every row a start builds records from, read in one pass.
     StartupSnapshot readStartupSnapshot();
+    // See SettingsConnection::holdReads.
+    void holdReads() { mConnection.holdReads(); }
+    void releaseReads() { mConnection.releaseReads(); }
 
     // Inserts the record whose text form is `text` into `table`. The values are
     // placed by column: a column the text lacks gets '', a key that is no column
@@ -174,7 +177,6 @@ private:
     sqlite3_stmt* keptInsert(TableType type, size_t valueCount);
     bool insertRow(TableType type, int64_t rowId, const std::string& customName,
                    const std::vector<std::string>& byColumn);
-    void initParameterNameMap();
     bool updateConfigurationValue(const std::string& key, const std::string& value);
     // The UPDATE of the one row at `rowId` that still meets `conditions`;
     // false when no row changed.
@@ -202,9 +204,8 @@ private:
     // Applies a cell to `record` when its column is a parameter; false otherwise.
     bool setParameterCell(const RowData& cell, ParameterValues* record) const;
 
-    TableSchema mSchema;
+    const TableSchema& mSchema = TableSchema::instance();
     SettingsConnection mConnection;
-    std::unordered_map<std::string, Parameter> mParameterNames;
     // The parameter of each column name cells carry, by the name's kept
     // address (see RowData::name); -1 for a column that is no parameter.
     // Filled under the connection's lock.

@@ -501,6 +501,14 @@ StartupSnapshot Provider::readStartupSnapshot() {
     return mHelper->readStartupSnapshot();
 }
 
+void Provider::holdReads() {
+    mHelper->holdReads();
+}
+
+void Provider::releaseReads() {
+    mHelper->releaseReads();
+}
+
 int Provider::init() {
     return init(readStartupSnapshot());
 }

@@ -127,6 +127,9 @@ public:
     GeqPreset* loadGeqPreset(int index);
     // Every row a start builds records from, read in one pass.
     StartupSnapshot readStartupSnapshot();
+    // Between these, reads share one read transaction, which any write ends.
+    void holdReads();
+    void releaseReads();
     // Counts the default profiles and builds their records (factory and
     // working profile, endpoints and GEQ preset) and the devices of every
     // port from `snapshot`, asking SQL for what it did not read: 0, -19 when

@@ -337,6 +337,7 @@ void SettingsConnection::logFailure(int result) {
 
 std::string SettingsConnection::setAsideDamaged() {
     Guard guard(mLock);
+    mReadsHeld = false;
     mDb.reset();
     const std::string path = mPath;
     std::remove((path + kCheckMarkerSuffix).c_str());
@@ -348,10 +349,31 @@ std::string SettingsConnection::setAsideDamaged() {
     return aside;
 }
 
+void SettingsConnection::holdReads() {
+    Guard guard(mLock);
+    if (mDb && !mReadsHeld && sqlite3_get_autocommit(mDb.get()) != 0) {
+        mReadsHeld = sqlite3_exec(mDb.get(), "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
+}
+
+void SettingsConnection::releaseReads() {
+    Guard guard(mLock);
+    if (!mReadsHeld) {
+        return;
+    }
+    mReadsHeld = false;
+    // Only reads ran in it; ending it cannot lose anything.
+    if (sqlite3_exec(mDb.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
+        sqlite3_get_autocommit(mDb.get()) == 0) {
+        sqlite3_exec(mDb.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
 bool SettingsConnection::beginTransaction() {
     // Held until commitTransaction(): no other thread's statement may land
     // inside this transaction.
     mLock.lock();
+    releaseReads();
     if (mInTransaction) {
         // SQLite does not nest them either: the outer one fails as a whole.
         ALOGE("%s(): a transaction is open already; the outer one is rolled back", __func__);
@@ -403,6 +425,8 @@ bool SettingsConnection::run(const std::string& sql) {
         ALOGE("the db is not open...");
         return false;
     }
+    // Whatever the statement does, it does not do it inside held reads.
+    releaseReads();
     if (mInTransaction && mTransactionFailed) {
         // The failure that ended the transaction was logged, and its rollback is.
         ALOGD("not run, the transaction has failed already: %s", sql.c_str());
@@ -423,6 +447,7 @@ bool SettingsConnection::run(const std::string& sql) {
 
 bool SettingsConnection::runBound(sqlite3_stmt* statement, const std::function<std::string()>& text) {
     Guard guard(mLock);
+    releaseReads();
     if (mInTransaction && mTransactionFailed) {
         ALOGD("not run, the transaction has failed already: %s", text().c_str());
         sqlite3_clear_bindings(statement);

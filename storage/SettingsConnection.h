@@ -74,6 +74,12 @@ public:
     // Marks the open transaction failed with `result`.
     void failTransaction(int result);
 
+    // From holdReads() until releaseReads() or the first write, reads share
+    // one read transaction, so that a start's many lookups do not each lock
+    // the file and check it for changes.
+    void holdReads();
+    void releaseReads();
+
     // Runs one statement to completion; false when it failed.
     bool run(const std::string& sql);
     // The same for a kept statement with its values bound, which is reset and
@@ -127,6 +133,8 @@ private:
     int mLastTransactionSystemError = 0;
     int mNestedBegins = 0;
     bool mDamaged = false;
+    // Whether holdReads() began the open read transaction.
+    bool mReadsHeld = false;
     mutable std::recursive_mutex mLock;
 };
 

@@ -118,6 +118,11 @@ std::string storedValue(std::string value) {
 
 }  // namespace
 
+const TableSchema& TableSchema::instance() {
+    static const TableSchema schema;
+    return schema;
+}
+
 TableSchema::TableSchema() {
     for (size_t i = 0; i < kTableTypeCount; ++i) {
         std::map<std::string, size_t> columnIndexes;

@@ -23,6 +23,9 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values);
 class TableSchema {
 public:
     TableSchema();
+    // The one schema of the service, built on first use: it never changes,
+    // and a start that built it anew spent a tenth of its time there.
+    static const TableSchema& instance();
 
     // "" for a value outside TableType.
     static std::string tableName(TableType type);
