@@ -12,6 +12,7 @@
 #include <cstring>
 #include <ctime>
 
+#include <deque>
 #include <mutex>
 #include <string_view>
 #include <unordered_set>
@@ -105,13 +106,20 @@ std::vector<std::string_view> SettingsConnection::columnNames(sqlite3_stmt* stmt
     // Column names come from the schema, a few hundred at most; a set's
     // elements never move.
     static std::mutex sLock;
-    static std::unordered_set<std::string> sNames;
+    static std::deque<std::string> sKept;  // a deque's elements never move
+    static std::unordered_set<std::string_view> sNames;
     std::lock_guard<std::mutex> guard(sLock);
     std::vector<std::string_view> names;
     const int columns = sqlite3_column_count(stmt);
+    names.reserve(static_cast<size_t>(columns));
     for (int i = 0; i < columns; ++i) {
         const char* name = sqlite3_column_name(stmt, i);
-        names.push_back(*sNames.emplace(name != nullptr ? name : "").first);
+        const std::string_view view = name != nullptr ? name : "";
+        auto kept = sNames.find(view);
+        if (kept == sNames.end()) {
+            kept = sNames.insert(sKept.emplace_back(view)).first;
+        }
+        names.push_back(*kept);
     }
     return names;
 }
