@@ -381,7 +381,6 @@ bool SettingsConnection::beginTransaction() {
     // Held until commitTransaction(): no other thread's statement may land
     // inside this transaction.
     mLock.lock();
-    releaseReads();
     if (mInTransaction) {
         // SQLite does not nest them either: the outer one fails as a whole.
         ALOGE("%s(): a transaction is open already; the outer one is rolled back", __func__);
@@ -433,8 +432,6 @@ bool SettingsConnection::run(const std::string& sql) {
         ALOGE("the db is not open...");
         return false;
     }
-    // Whatever the statement does, it does not do it inside held reads.
-    releaseReads();
     if (mInTransaction && mTransactionFailed) {
         // The failure that ended the transaction was logged, and its rollback is.
         ALOGD("not run, the transaction has failed already: %s", sql.c_str());
@@ -455,6 +452,7 @@ bool SettingsConnection::run(const std::string& sql) {
 
 bool SettingsConnection::runBound(sqlite3_stmt* statement, const std::function<std::string()>& text) {
     Guard guard(mLock);
+    // Every statement that may write runs here: never inside held reads.
     releaseReads();
     if (mInTransaction && mTransactionFailed) {
         ALOGD("not run, the transaction has failed already: %s", text().c_str());

@@ -179,6 +179,26 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
     EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), withIndex);
 }
 
+// A start's lookups share one read transaction; a write must not land
+// inside it, where no other program would see it until the start ends.
+TEST_F(DatabaseHelperTest, HeldReadsEndAtTheFirstWrite) {
+    DatabaseHelper other("zel_sqlite3.db");
+    mDb.holdReads();
+    EXPECT_EQ(mDb.queryConfigurationValue("key"), "");
+    ASSERT_TRUE(mDb.beginTransaction());
+    EXPECT_TRUE(mDb.insertConfigurationValue("key", "first"));
+    ASSERT_TRUE(mDb.commitTransaction());
+    EXPECT_EQ(other.queryConfigurationValue("key"), "first");
+
+    mDb.holdReads();
+    EXPECT_EQ(mDb.queryConfigurationValue("key"), "first");
+    EXPECT_TRUE(mDb.updateTuningDevice("key", "second"));
+    EXPECT_EQ(other.queryConfigurationValue("key"), "second") << "the write waited for the held reads";
+    mDb.holdReads();
+    mDb.releaseReads();
+    EXPECT_TRUE(other.updateTuningDevice("key", "third")) << "released reads still block writers";
+}
+
 TEST(StorageClosedTest, WithoutADataDirectoryEveryCallAnswersNeutrally) {
     TempRoot root;  // no data directory under it
     DatabaseHelper db("zel_sqlite3.db");
