@@ -308,7 +308,7 @@ GeqPreset* Provider::reset(GeqPreset* preset) {
 
 Profile* Provider::resetFrom(Profile* profile, const StartupSnapshot* snapshot) {
     if (profile == nullptr) {
-        ALOGE("%s(): no profile to reset", __func__);
+        ALOGE("%s(): no profile to reset", "reset");
         return nullptr;
     }
     const int64_t id = profile->getId();
@@ -322,7 +322,7 @@ Profile* Provider::resetFrom(Profile* profile, const StartupSnapshot* snapshot) 
 
 ProfileEndpoint* Provider::resetFrom(ProfileEndpoint* endpoint, const StartupSnapshot* snapshot) {
     if (endpoint == nullptr) {
-        ALOGE("%s(): no profile endpoint to reset", __func__);
+        ALOGE("%s(): no profile endpoint to reset", "reset");
         return nullptr;
     }
     const int64_t id = endpoint->getId();
@@ -338,7 +338,7 @@ ProfileEndpoint* Provider::resetFrom(ProfileEndpoint* endpoint, const StartupSna
 
 GeqPreset* Provider::resetFrom(GeqPreset* preset, const StartupSnapshot* snapshot) {
     if (preset == nullptr) {
-        ALOGE("%s(): no GEQ preset to reset", __func__);
+        ALOGE("%s(): no GEQ preset to reset", "reset");
         return nullptr;
     }
     const int64_t id = preset->getId();
@@ -456,7 +456,7 @@ void Provider::loadIeqPresets(const StartupSnapshot& snapshot) {
 
 IeqPreset* Provider::loadIeqRecord(PresetType type, const StartupSnapshot* snapshot) {
     if (type < 0 || static_cast<size_t>(type) >= kPresetTypeCount) {
-        ALOGE("%s(): unknown preset type %d", __func__, static_cast<int>(type));
+        ALOGE("%s(): unknown preset type %d", "loadIeqPreset", static_cast<int>(type));
         return nullptr;
     }
     IeqPreset* preset = mIeqPresets[type].get();
