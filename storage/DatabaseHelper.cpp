@@ -10,6 +10,7 @@
 
 #include <log/log.h>
 
+#include "storage/CellReader.h"
 #include "storage/DevicePaths.h"
 #include "storage/Provider.h"
 #include "storage/TableSchema.h"
@@ -37,61 +38,6 @@ std::string sqlText(const std::string& text) {
     return out;
 }
 
-int32_t cellInt(const RowData& cell) {
-    if (cell.type == RowData::kInteger) {
-        return cell.intValue;
-    }
-    return cell.type == RowData::kText ? static_cast<int32_t>(std::atoi(cell.textValue.c_str())) : 0;
-}
-
-std::string cellText(const RowData& cell) {
-    if (cell.type == RowData::kInteger) {
-        return std::to_string(cell.intValue);
-    }
-    return cell.textValue;
-}
-
-int64_t cellId(const RowData& cell) {
-    if (cell.type == RowData::kInteger) {
-        return cell.intValue;
-    }
-    return cell.type == RowData::kText ? std::atoll(cell.textValue.c_str()) : -1;
-}
-
-// Accepts the decimal number the rows hold as well as the tuning-file names.
-bool parsePresetType(const std::string& text, PresetType* type) {
-    for (size_t i = 0; i < kPresetTypeCount; ++i) {
-        if (text == kPresetTypeNames[i]) {
-            *type = static_cast<PresetType>(i);
-            return true;
-        }
-    }
-    if (text.empty()) {
-        return false;
-    }
-    char* end = nullptr;
-    errno = 0;
-    long number = std::strtol(text.c_str(), &end, 10);
-    if (errno != 0 || *end != '\0' || number < 0 || number >= static_cast<long>(kPresetTypeCount)) {
-        return false;
-    }
-    *type = static_cast<PresetType>(number);
-    return true;
-}
-
-// The parameter a column stores; -1 for a column that is no parameter.
-int parameterOfColumn(std::string_view column) {
-    static const std::unordered_map<std::string_view, int> kByName = [] {
-        std::unordered_map<std::string_view, int> byName;
-        for (size_t i = 0; i < kParameterCount; ++i) {
-            byName.emplace(kParameterNames[i], static_cast<int>(i));
-        }
-        return byName;
-    }();
-    auto found = kByName.find(column);
-    return found != kByName.end() ? found->second : -1;
-}
-
 }  // namespace
 
 DatabaseHelper::DatabaseHelper(const std::string& fileName)
@@ -103,14 +49,6 @@ DatabaseHelper::~DatabaseHelper() = default;
 
 std::string DatabaseHelper::setAsideDamaged() {
     Guard guard(mConnection.lock());
-    // Finalized before the connection closes.
-    for (Statement& count : mCounts) {
-        count.reset();
-    }
-    mKeptReads.clear();
-    for (Statement& insert : mInserts) {
-        insert.reset();
-    }
     return mConnection.setAsideDamaged();
 }
 
@@ -175,20 +113,16 @@ int32_t DatabaseHelper::getRowCount(const std::string& table) {
     int ret = SQLITE_OK;
     // A rebuild counts before every insert, so the statement is kept.
     if (TableType type = CONFIGURATION; TableSchema::findTable(table, &type)) {
-        auto& cached = mCounts[type];
-        if (!cached) {
-            cached = SettingsConnection::prepare(mConnection.handle(), sql, &ret);
-        }
-        if (cached) {
+        if (sqlite3_stmt* kept = mConnection.kept(sql)) {
             int32_t count = 0;
-            while ((ret = sqlite3_step(cached.get())) == SQLITE_ROW) {
-                count = sqlite3_column_int(cached.get(), 0);
+            while ((ret = sqlite3_step(kept)) == SQLITE_ROW) {
+                count = sqlite3_column_int(kept, 0);
             }
-            sqlite3_reset(cached.get());
+            sqlite3_reset(kept);
             if (ret == SQLITE_DONE) {
                 return count;
             }
-            cached.reset();  // counted again below, as ever
+            mConnection.forget(sql);  // counted again below, as ever
         }
     }
     Statement statement = SettingsConnection::prepare(mConnection.handle(), sql, &ret);
@@ -213,42 +147,6 @@ StartupSnapshot DatabaseHelper::readStartupSnapshot() {
     return StartupSnapshot::read(mConnection);
 }
 
-bool DatabaseHelper::readKept(std::vector<RowData>& rows, const std::string& keptSql,
-                              const std::vector<std::string>& values, const std::string& sql) {
-    Guard guard(mConnection.lock());
-    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
-    if (mConnection.handle() == nullptr || std::any_of(values.begin(), values.end(), hasNul)) {
-        return getAllRows(rows, sql);  // which says why, as ever
-    }
-    Statement& kept = mKeptReads[keptSql];
-    if (!kept) {
-        int ret = SQLITE_OK;
-        kept = SettingsConnection::prepare(mConnection.handle(), keptSql, &ret);
-        if (!kept) {
-            return getAllRows(rows, sql);
-        }
-    }
-    for (size_t i = 0; i < values.size(); ++i) {
-        sqlite3_bind_text(kept.get(), static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
-                          SQLITE_STATIC);
-    }
-    const size_t before = rows.size();
-    const int ret = SettingsConnection::readBound(rows, kept.get());
-    if (ret == SQLITE_DONE) {
-        return true;
-    }
-    if ((ret & 0xff) == SQLITE_ERROR) {
-        // The schema changed under the kept statement (a table dropped): the
-        // statement's text tells what that means, as it would have at once.
-        kept.reset();
-        rows.resize(before);
-        return getAllRows(rows, sql);
-    }
-    ALOGE("Unknow error... %d", 224);
-    mConnection.logFailure(ret);
-    return false;
-}
-
 const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,
                                                    const StartupSnapshot* snapshot) {
     StartupSnapshot::Key key;
@@ -269,7 +167,7 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
         keptSql += joiner + std::string(column) + "=?";
         joiner = " AND ";
     }
-    readKept(fetched, keptSql, key, sql);
+    mConnection.readKept(fetched, keptSql, key, sql);
     return fetched;
 }
 
@@ -342,17 +240,12 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
 }
 
 sqlite3_stmt* DatabaseHelper::keptInsert(TableType type, size_t valueCount) {
-    Statement& kept = mInserts[type];
-    if (!kept && mConnection.handle() != nullptr) {
-        std::string sql = "INSERT INTO " + TableSchema::tableName(type) + " VALUES(?";
-        for (size_t i = 0; i < valueCount + 1; ++i) {
-            sql += ",?";
-        }
-        sql += ')';
-        int ret = SQLITE_OK;
-        kept = SettingsConnection::prepare(mConnection.handle(), sql, &ret);
+    std::string sql = "INSERT INTO " + TableSchema::tableName(type) + " VALUES(?";
+    for (size_t i = 0; i < valueCount + 1; ++i) {
+        sql += ",?";
     }
-    return kept.get();
+    sql += ')';
+    return mConnection.kept(sql);
 }
 
 bool DatabaseHelper::updateInPlace(TableType type, const ParameterValues& record, const std::string& text,
@@ -519,39 +412,6 @@ bool DatabaseHelper::updateProfileEndpointValue(ProfileEndpoint* endpoint, const
                       rowId, [&] { return insertValue(endpoint, customName, endpoint->getId()); });
 }
 
-int64_t DatabaseHelper::onlyRowId(const std::vector<RowData>& rows) {
-    int64_t rowId = -1;
-    int found = 0;
-    for (const RowData& cell : rows) {
-        if (cell.name == "rowid") {
-            rowId = cellId(cell);
-            ++found;
-        }
-    }
-    return found == 1 ? rowId : -1;
-}
-
-bool DatabaseHelper::setParameterCell(const RowData& cell, ParameterValues* record) const {
-    // Cells name their column with the one kept copy of the name, so its
-    // address stands for it.
-    auto known = mParameterOfName.find(cell.name.data());
-    if (known == mParameterOfName.end()) {
-        known = mParameterOfName.emplace(cell.name.data(), parameterOfColumn(cell.name)).first;
-    }
-    if (known->second < 0) {
-        return false;
-    }
-    const Parameter parameter = static_cast<Parameter>(known->second);
-    Values values;
-    if (cell.type == RowData::kText) {
-        string2IntVector(cell.textValue, values);
-    } else if (cell.type == RowData::kInteger) {
-        values.push_back(cell.intValue);
-    }
-    record->set(parameter, std::move(values));
-    return true;
-}
-
 bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::string& customName,
                                    IeqPreset* preset, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
@@ -568,7 +428,7 @@ bool DatabaseHelper::queryIeqValue(const std::string& presetType, const std::str
         rows = &fetched;
     }
     for (const RowData& cell : *rows) {
-        setParameterCell(cell, preset);
+        mCells.setParameter(cell, preset);
     }
     return !rows->empty();
 }
@@ -584,12 +444,12 @@ bool DatabaseHelper::queryGeqValue(const std::string& profileId, const std::stri
     const std::vector<RowData>& rows =
         lookUp(GEQ_PRESET, {{"profile_id", profileId}, {"custom_name", customName}}, fetched, snapshot);
     for (const RowData& cell : rows) {
-        if (!setParameterCell(cell, preset) && cell.name == "_id") {
+        if (!mCells.setParameter(cell, preset) && cell.name == "_id") {
             preset->setId(cellId(cell));
         }
     }
     if (rowId != nullptr) {
-        *rowId = onlyRowId(rows);
+        *rowId = CellReader::onlyRowId(rows);
     }
     return !rows.empty();
 }
@@ -605,7 +465,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
     const std::vector<RowData>& rows =
         lookUp(PROFILE, {{"profile_id", profileId}, {"custom_name", customName}}, fetched, snapshot);
     for (const RowData& cell : rows) {
-        if (setParameterCell(cell, profile)) {
+        if (mCells.setParameter(cell, profile)) {
             continue;
         }
         if (cell.name == "_id") {
@@ -619,7 +479,7 @@ bool DatabaseHelper::queryProfileValue(const std::string& profileId, const std::
         }
     }
     if (rowId != nullptr) {
-        *rowId = onlyRowId(rows);
+        *rowId = CellReader::onlyRowId(rows);
     }
     return !rows.empty();
 }
@@ -637,7 +497,7 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
         PROFILE_ENDPOINT, {{"profile_id", profileId}, {"endpoint", endpoint}, {"custom_name", customName}}, fetched,
         snapshot);
     for (const RowData& cell : rows) {
-        if (setParameterCell(cell, endpointRecord)) {
+        if (mCells.setParameter(cell, endpointRecord)) {
             continue;
         }
         if (cell.name == "_id") {
@@ -654,7 +514,7 @@ bool DatabaseHelper::queryEndpointValue(const std::string& profileId, const std:
         }
     }
     if (rowId != nullptr) {
-        *rowId = onlyRowId(rows);
+        *rowId = CellReader::onlyRowId(rows);
     }
     return !rows.empty();
 }
@@ -668,7 +528,7 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows = lookUp(TUNING, {{"name", name}}, fetched);
     for (const RowData& cell : rows) {
-        if (setParameterCell(cell, tuning)) {
+        if (mCells.setParameter(cell, tuning)) {
             continue;
         }
         if (cell.name == "_id") {
@@ -751,7 +611,7 @@ bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string
     Guard guard(mConnection.lock());
     value->clear();
     std::vector<RowData> rows;
-    const bool read = readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key},
+    const bool read = mConnection.readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key},
                                "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
     if (read && !rows.empty()) {
         *value = cellText(rows.front());

@@ -14,6 +14,7 @@
 #include "model/Profile.h"
 #include "model/ProfileEndpoint.h"
 #include "model/Tuning.h"
+#include "storage/CellReader.h"
 #include "storage/RowData.h"
 #include "storage/SettingsConnection.h"
 #include "storage/StartupSnapshot.h"
@@ -193,31 +194,10 @@ private:
     // "SELECT rowid, * FROM table WHERE column='value' AND ..." kept in `fetched`.
     const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,
                                        const StartupSnapshot* snapshot = nullptr);
-    // The rows of `keptSql` with `values` bound to its parameters: a lookup
-    // the service asks again and again is compiled once. `sql`, the same
-    // statement with the values quoted, is run instead where the kept one
-    // cannot serve, and names it in the log.
-    bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values,
-                  const std::string& sql);
-    // The rowid of the one row whose cells `rows` holds; -1 for none or several.
-    static int64_t onlyRowId(const std::vector<RowData>& rows);
-    // Applies a cell to `record` when its column is a parameter; false otherwise.
-    bool setParameterCell(const RowData& cell, ParameterValues* record) const;
 
     const TableSchema& mSchema = TableSchema::instance();
     SettingsConnection mConnection;
-    // The parameter of each column name cells carry, by the name's kept
-    // address (see RowData::name); -1 for a column that is no parameter.
-    // Filled under the connection's lock.
-    mutable std::unordered_map<const char*, int> mParameterOfName;
-    // The row counts a rebuild asks before every insert; declared after the
-    // connection, so finalized before it closes.
-    std::array<Statement, kTableTypeCount> mCounts;
-    // Each table's insert with its values bound (see insertRow); null until
-    // first used, or when it cannot be compiled.
-    std::array<Statement, kTableTypeCount> mInserts;
-    // The lookups of readKept by their text.
-    std::unordered_map<std::string, Statement> mKeptReads;
+    CellReader mCells;
     // Row counts known inside the open transaction, -1 where unknown: a
     // rebuild numbers each new row after the count, and counting a table
     // before every insert made the rebuild quadratic. Any other statement

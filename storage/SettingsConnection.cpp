@@ -144,6 +144,56 @@ void SettingsConnection::appendCells(sqlite3_stmt* stmt, const std::vector<std::
     }
 }
 
+sqlite3_stmt* SettingsConnection::kept(const std::string& sql) {
+    Guard guard(mLock);
+    if (!mDb) {
+        return nullptr;
+    }
+    Statement& kept = mKept[sql];
+    if (!kept) {
+        int ret = SQLITE_OK;
+        kept = prepare(mDb.get(), sql, &ret);
+    }
+    return kept.get();
+}
+
+void SettingsConnection::forget(const std::string& sql) {
+    Guard guard(mLock);
+    mKept.erase(sql);
+}
+
+bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string& keptSql,
+                                  const std::vector<std::string>& values, const std::string& sql) {
+    Guard guard(mLock);
+    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
+    if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
+        return readRows(rows, sql);  // which says why, as ever
+    }
+    sqlite3_stmt* kept = this->kept(keptSql);
+    if (kept == nullptr) {
+        return readRows(rows, sql);
+    }
+    for (size_t i = 0; i < values.size(); ++i) {
+        sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
+                          SQLITE_STATIC);
+    }
+    const size_t before = rows.size();
+    const int ret = readBound(rows, kept);
+    if (ret == SQLITE_DONE) {
+        return true;
+    }
+    if ((ret & 0xff) == SQLITE_ERROR) {
+        // The schema changed under the kept statement (a table dropped): the
+        // statement's text tells what that means, as it would have at once.
+        forget(keptSql);
+        rows.resize(before);
+        return readRows(rows, sql);
+    }
+    ALOGE("Unknow error... %d", 224);
+    logFailure(ret);
+    return false;
+}
+
 int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement) {
     const std::vector<std::string_view> names = columnNames(statement);
     int ret = SQLITE_OK;
@@ -346,6 +396,7 @@ void SettingsConnection::logFailure(int result) {
 std::string SettingsConnection::setAsideDamaged() {
     Guard guard(mLock);
     mReadsHeld = false;
+    mKept.clear();  // finalized before the connection closes
     mDb.reset();
     const std::string path = mPath;
     std::remove((path + kCheckMarkerSuffix).c_str());

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "storage/RowData.h"
@@ -80,6 +81,18 @@ public:
     void holdReads();
     void releaseReads();
 
+    // A statement compiled once and kept until the connection closes, for
+    // those a start or a rebuild runs again and again; null when it cannot
+    // be compiled. Whoever steps it resets it.
+    sqlite3_stmt* kept(const std::string& sql);
+    // Drops the kept statement of `sql`: the schema changed under it.
+    void forget(const std::string& sql);
+    // The rows of the kept `keptSql` with `values` bound to its parameters.
+    // `sql`, the same statement with the values quoted, is run instead where
+    // the kept one cannot serve, and names it in the log. See readRows.
+    bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values,
+                  const std::string& sql);
+
     // Runs one statement to completion; false when it failed.
     bool run(const std::string& sql);
     // The same for a kept statement with its values bound, which is reset and
@@ -125,6 +138,9 @@ private:
     std::string mOpenProblem;
     std::string mSetAsideAtOpen;
     std::unique_ptr<sqlite3, Closer> mDb;
+    // The kept statements by their text; declared after the handle, so
+    // finalized before it closes.
+    std::unordered_map<std::string, Statement> mKept;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;
