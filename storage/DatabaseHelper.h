@@ -29,12 +29,14 @@ namespace orvan {
 // "", 0, false). When the database could not be opened the connection has
 // no handle and every operation logs and returns at once.
 //
-// Statements are plain text; every text value placed into one has its single
-// quotes doubled, so names from files or clients cannot change a statement.
+// Values reach a statement bound to a kept one (inserts, counts, lookups) or
+// in its text with their single quotes doubled, so names from files or
+// clients cannot change a statement.
 //
-// Built on three parts: the schema (TableSchema), the connection with its
-// one lock, transactions and recovery (SettingsConnection), and the
-// start-up read (StartupSnapshot) that the provider builds its records from.
+// Built on four parts: the schema (TableSchema), the connection with its
+// one lock, transactions, recovery and kept statements (SettingsConnection),
+// the start-up read (StartupSnapshot) that the provider builds its records
+// from, and the reading of stored cells into records (CellReader).
 class DatabaseHelper {
 public:
     explicit DatabaseHelper(const std::string& fileName);
