@@ -153,7 +153,7 @@ void BM_StartUp(benchmark::State& state) {
 }
 BENCHMARK(BM_StartUp)->Arg(1)->Iterations(40)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_StartUp)->Arg(10)->Iterations(12)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_StartUp)->Arg(100)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_StartUp)->Arg(100)->Iterations(5)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // A person moving the dialog enhancer slider of the selected profile: every
 // set changes the value, so each one reaches the engine store.

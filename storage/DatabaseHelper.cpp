@@ -240,11 +240,14 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
 }
 
 sqlite3_stmt* DatabaseHelper::keptInsert(TableType type, size_t valueCount) {
-    std::string sql = "INSERT INTO " + TableSchema::tableName(type) + " VALUES(?";
-    for (size_t i = 0; i < valueCount + 1; ++i) {
-        sql += ",?";
+    std::string& sql = mInsertSql[type];
+    if (sql.empty()) {
+        sql = "INSERT INTO " + TableSchema::tableName(type) + " VALUES(?";
+        for (size_t i = 0; i < valueCount + 1; ++i) {
+            sql += ",?";
+        }
+        sql += ')';
     }
-    sql += ')';
     return mConnection.kept(sql);
 }
 

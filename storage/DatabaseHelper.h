@@ -200,6 +200,8 @@ private:
     const TableSchema& mSchema = TableSchema::instance();
     SettingsConnection mConnection;
     CellReader mCells;
+    // The text of each table's kept insert, written once.
+    std::array<std::string, kTableTypeCount> mInsertSql;
     // Row counts known inside the open transaction, -1 where unknown: a
     // rebuild numbers each new row after the count, and counting a table
     // before every insert made the rebuild quadratic. Any other statement
