@@ -21,14 +21,8 @@ namespace {
 
 using Guard = std::lock_guard<std::recursive_mutex>;
 
-// Appends `text` ready to stand between single quotes in a statement.
 void appendSqlText(std::string* out, const std::string& text) {
-    for (char c : text) {
-        *out += c;
-        if (c == '\'') {
-            *out += '\'';
-        }
-    }
+    SettingsConnection::appendSqlText(out, text);
 }
 
 std::string sqlText(const std::string& text) {
@@ -160,14 +154,12 @@ const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& 
     }
     // The rowid says where a row stands, for updates that need not search.
     std::string sql = "SELECT rowid, * FROM " + getTableName(type);
-    std::string keptSql = sql;
     const char* joiner = " WHERE ";
-    for (const auto& [column, value] : where) {
-        sql += joiner + std::string(column) + "=" + "'" + sqlText(value) + "'";
-        keptSql += joiner + std::string(column) + "=?";
+    for (const auto& condition : where) {
+        sql += joiner + std::string(condition.first) + "=?";
         joiner = " AND ";
     }
-    mConnection.readKept(fetched, keptSql, key, sql);
+    mConnection.readKept(fetched, sql, key);
     return fetched;
 }
 
@@ -614,8 +606,8 @@ bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string
     Guard guard(mConnection.lock());
     value->clear();
     std::vector<RowData> rows;
-    const bool read = mConnection.readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key},
-                               "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key='" + sqlText(key) + "'");
+    const bool read =
+            mConnection.readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key});
     if (read && !rows.empty()) {
         *value = cellText(rows.front());
     }

@@ -162,16 +162,41 @@ void SettingsConnection::forget(const std::string& sql) {
     mKept.erase(sql);
 }
 
+void SettingsConnection::appendSqlText(std::string* out, const std::string& text) {
+    for (char c : text) {
+        *out += c;
+        if (c == '\'') {
+            *out += '\'';
+        }
+    }
+}
+
 bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string& keptSql,
-                                  const std::vector<std::string>& values, const std::string& sql) {
+                                  const std::vector<std::string>& values) {
     Guard guard(mLock);
+    // The statement with each value quoted in place of its "?": what runs
+    // where the kept one cannot serve, and what the log names.
+    const auto text = [&] {
+        std::string sql;
+        size_t next = 0;
+        for (char c : keptSql) {
+            if (c == '?' && next < values.size()) {
+                sql += '\'';
+                appendSqlText(&sql, values[next++]);
+                sql += '\'';
+            } else {
+                sql += c;
+            }
+        }
+        return sql;
+    };
     const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
     if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
-        return readRows(rows, sql);  // which says why, as ever
+        return readRows(rows, text());  // which says why, as ever
     }
     sqlite3_stmt* kept = this->kept(keptSql);
     if (kept == nullptr) {
-        return readRows(rows, sql);
+        return readRows(rows, text());
     }
     for (size_t i = 0; i < values.size(); ++i) {
         sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
@@ -187,7 +212,7 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
         // statement's text tells what that means, as it would have at once.
         forget(keptSql);
         rows.resize(before);
-        return readRows(rows, sql);
+        return readRows(rows, text());
     }
     ALOGE("Unknow error... %d", 224);
     logFailure(ret);

@@ -87,11 +87,12 @@ public:
     sqlite3_stmt* kept(const std::string& sql);
     // Drops the kept statement of `sql`: the schema changed under it.
     void forget(const std::string& sql);
-    // The rows of the kept `keptSql` with `values` bound to its parameters.
-    // `sql`, the same statement with the values quoted, is run instead where
-    // the kept one cannot serve, and names it in the log. See readRows.
-    bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values,
-                  const std::string& sql);
+    // The rows of the kept `keptSql` with `values` bound to its "?"s. Where
+    // the kept one cannot serve, the statement runs with the values quoted in
+    // its text, which also names it in the log. See readRows.
+    bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values);
+    // Appends `text` ready to stand between single quotes in a statement.
+    static void appendSqlText(std::string* out, const std::string& text);
 
     // Runs one statement to completion; false when it failed.
     bool run(const std::string& sql);
