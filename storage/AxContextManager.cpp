@@ -101,8 +101,12 @@ bool AxContextManager::loadLocked(const std::string& file) {
         releaseLocked();
         return false;
     }
+    // From here the start reads, unless the tuning file changed: the reads
+    // share one read transaction, which the rebuild's first write ends.
+    mProvider->holdReads();
     const bool rebuilt = initDatabase(*mProvider, file, false);
     if (!mStartProblem.empty()) {
+        mProvider->releaseReads();
         if (!mProvider->isDamaged()) {
             releaseLocked();
         }

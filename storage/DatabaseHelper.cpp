@@ -550,10 +550,15 @@ bool DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const st
 }
 
 void DatabaseHelper::queryProfileIds(TableType table, const std::string& customName,
-                                     std::vector<std::string>& ids) {
+                                     std::vector<std::string>& ids, const StartupSnapshot* snapshot) {
     Guard guard(mConnection.lock());
     if (table != PROFILE && table != GEQ_PRESET) {
         ALOGE("table %s has no profile ids", getTableName(table).c_str());
+        return;
+    }
+    if (const std::vector<std::string>* read =
+                snapshot != nullptr ? snapshot->firstKeysWithLastKey(table, customName) : nullptr) {
+        ids.insert(ids.end(), read->begin(), read->end());
         return;
     }
     std::vector<RowData> rows;

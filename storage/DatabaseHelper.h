@@ -152,7 +152,8 @@ public:
     bool queryProfileNames(std::vector<std::string>& names, const std::string& customName);
     // The `profile_id` texts of the rows of `customName` in "profiles" (PROFILE)
     // or "geq_presets" (GEQ_PRESET), in row order.
-    void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids);
+    void queryProfileIds(TableType table, const std::string& customName, std::vector<std::string>& ids,
+                         const StartupSnapshot* snapshot = nullptr);
     // Appends a DeviceTuning per row of `port`, in row order.
     void queryDeviceTunings(const std::string& port, std::vector<std::unique_ptr<DeviceTuning>>& deviceTunings,
                             const StartupSnapshot* snapshot = nullptr);

@@ -545,7 +545,7 @@ int Provider::init(const StartupSnapshot& snapshot) {
         mProfiles.push_back(std::move(profile));
     }
     mNumProfiles = count;
-    checkNumbering();
+    checkNumbering(snapshot);
     buildRecords(snapshot);
     return 0;
 }
@@ -575,9 +575,9 @@ void Provider::buildRecords(const StartupSnapshot& snapshot) {
 
 // Profiles are addressed by index, so the default rows must number them 0 to n-1
 // and every GEQ preset must belong to one of them.
-void Provider::checkNumbering() {
+void Provider::checkNumbering(const StartupSnapshot& snapshot) {
     std::vector<std::string> ids;
-    mHelper->queryProfileIds(TableType::PROFILE, kDefaultName, ids);
+    mHelper->queryProfileIds(TableType::PROFILE, kDefaultName, ids, &snapshot);
     std::set<long> seen;
     for (const std::string& text : ids) {
         long id = -1;
@@ -589,7 +589,7 @@ void Provider::checkNumbering() {
         }
     }
     ids.clear();
-    mHelper->queryProfileIds(TableType::GEQ_PRESET, kDefaultName, ids);
+    mHelper->queryProfileIds(TableType::GEQ_PRESET, kDefaultName, ids, &snapshot);
     for (const std::string& text : ids) {
         long id = -1;
         if (!parseIndex(text, &id) || id < 0 || id >= mNumProfiles) {

@@ -179,7 +179,7 @@ private:
     Profile* resetFrom(Profile* profile, const StartupSnapshot* snapshot);
     ProfileEndpoint* resetFrom(ProfileEndpoint* endpoint, const StartupSnapshot* snapshot);
     GeqPreset* resetFrom(GeqPreset* preset, const StartupSnapshot* snapshot);
-    void checkNumbering();
+    void checkNumbering(const StartupSnapshot& snapshot);
     DeviceTuning* findCachedDevice(const std::string& deviceName) const;
     Tuning* findCachedTuning(const std::string& name) const;
 

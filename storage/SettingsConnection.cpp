@@ -58,16 +58,23 @@ std::string findPartialSchema(sqlite3* db, bool* busy) {
         sql += "'" + table + "',";
     }
     sql.back() = ')';
+    // Reading the schema and counting in one read transaction locks the file once.
+    const bool begun = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
     int ret = SQLITE_OK;
     Statement count = SettingsConnection::prepare(db, sql, &ret);
     if (ret == SQLITE_OK && count) {
         ret = sqlite3_step(count.get());
     }
+    const int tables = ret == SQLITE_ROW ? sqlite3_column_int(count.get(), 0) : 0;
+    count.reset();
+    if (begun && sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
+        sqlite3_get_autocommit(db) == 0) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
     if (ret != SQLITE_ROW) {
         *busy = SettingsConnection::isBusyCode(ret);
         return SettingsConnection::isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
     }
-    const int tables = sqlite3_column_int(count.get(), 0);
     if (tables == 0 || tables == static_cast<int>(kTableTypeCount)) {
         return "";
     }

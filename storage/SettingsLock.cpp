@@ -62,8 +62,11 @@ bool SettingsLock::acquire(const std::string& directory, int waitMs, std::string
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+    // Written over the last holder, then cut to length: emptying the file
+    // first costs the file system a block freed and another allocated.
     const std::string pid = std::to_string(getpid()) + "\n";
-    if (ftruncate(fd, 0) != 0 || pwrite(fd, pid.data(), pid.size(), 0) != static_cast<ssize_t>(pid.size())) {
+    if (pwrite(fd, pid.data(), pid.size(), 0) != static_cast<ssize_t>(pid.size()) ||
+        ftruncate(fd, static_cast<off_t>(pid.size())) != 0) {
         ALOGW("cannot write the holder into %s: %s", path.c_str(), strerror(errno));
     }
     mFd = fd;

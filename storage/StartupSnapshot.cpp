@@ -115,7 +115,12 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
     }
     while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
         if (sqlite3_column_type(stmt, keyIndexes.back()) == SQLITE_TEXT) {
-            ++table->lastKeyCounts[cellString(stmt, keyIndexes.back())];
+            // As a query of that column reads it: a blob or NULL as "".
+            const int first = keyIndexes.front();
+            table->firstKeys[cellString(stmt, keyIndexes.back())].push_back(
+                    sqlite3_column_type(stmt, first) == SQLITE_INTEGER ? std::to_string(sqlite3_column_int(stmt, first))
+                    : sqlite3_column_type(stmt, first) == SQLITE_TEXT  ? cellString(stmt, first)
+                                                                       : std::string());
         }
         Key key;
         for (int i : keyIndexes) {
@@ -151,12 +156,18 @@ const std::vector<RowData>* StartupSnapshot::rows(TableType type, const Key& key
 }
 
 int StartupSnapshot::countWithLastKey(TableType type, const std::string& value) const {
+    const std::vector<std::string>* keys = firstKeysWithLastKey(type, value);
+    return keys != nullptr ? static_cast<int>(keys->size()) : -1;
+}
+
+const std::vector<std::string>* StartupSnapshot::firstKeysWithLastKey(TableType type, const std::string& value) const {
+    static const std::vector<std::string> kNone;
     auto table = mTables.find(type);
-    if (table == mTables.end()) {
-        return -1;
+    if (table == mTables.end() || value.find('\0') != std::string::npos) {
+        return nullptr;
     }
-    auto count = table->second.lastKeyCounts.find(value);
-    return count != table->second.lastKeyCounts.end() ? count->second : 0;
+    auto keys = table->second.firstKeys.find(value);
+    return keys != table->second.firstKeys.end() ? &keys->second : &kNone;
 }
 
 }  // namespace orvan

@@ -40,12 +40,17 @@ public:
     // How many rows of `type` have `value` in their last key column
     // ("custom_name" for the profile tables); -1 when the table was not read.
     int countWithLastKey(TableType type, const std::string& value) const;
+    // The first key column's text ("profile_id" for the profile tables) of
+    // each of those rows, in table order, "" where it holds no text; null
+    // when the table was not read.
+    const std::vector<std::string>* firstKeysWithLastKey(TableType type, const std::string& value) const;
 
 private:
     struct Table {
         std::map<Key, std::vector<RowData>> rows;
-        // Rows by the text of their last key column, whatever the others hold.
-        std::map<std::string, int> lastKeyCounts;
+        // The first key's text of every row, by the text of its last key
+        // column, whatever the others hold.
+        std::map<std::string, std::vector<std::string>> firstKeys;
     };
 
     // Which tables are exactly as the schema creates them, in a UTF-8 database.

@@ -136,6 +136,16 @@ std::string lookUpAll(DatabaseHelper& db, const std::vector<std::string>& names,
         }
         out += "|" + db.queryConfigurationValue(name) + "\n";
     }
+    for (TableType table : {PROFILE, GEQ_PRESET}) {
+        for (const char* customName : {"default", "custom", "absent"}) {
+            std::vector<std::string> ids;
+            db.queryProfileIds(table, customName, ids, snapshot);
+            for (const std::string& id : ids) {
+                out += "[" + id + "]";
+            }
+            out += "\n";
+        }
+    }
     return out;
 }
 
@@ -168,6 +178,9 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
             mDb.insertConfigurationValue(name, "value" + std::to_string(i));
         }
     }
+    // Profile ids that are no text read as "".
+    ASSERT_TRUE(mDb.execSQL("INSERT INTO profiles (custom_name, profile_id) VALUES ('default', NULL)"));
+    ASSERT_TRUE(mDb.execSQL("INSERT INTO geq_presets (custom_name, profile_id) VALUES ('default', x'31')"));
     const std::string bySql = lookUpAll(mDb, names, nullptr);
     ASSERT_NE(bySql.find("dev1"), std::string::npos);
     EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), bySql);
