@@ -156,7 +156,7 @@ sqlite3_stmt* SettingsConnection::kept(const std::string& sql) {
     if (!mDb) {
         return nullptr;
     }
-    Statement& kept = mKept[sql];
+    Statement& kept = mKept[sql].statement;
     if (!kept) {
         int ret = SQLITE_OK;
         kept = prepare(mDb.get(), sql, &ret);
@@ -209,8 +209,14 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
         sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
                           SQLITE_STATIC);
     }
+    KeptStatement& entry = mKept[keptSql];
+    const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
+    if (entry.prepares != prepares) {
+        entry.names = columnNames(kept);
+        entry.prepares = prepares;
+    }
     const size_t before = rows.size();
-    const int ret = readBound(rows, kept);
+    const int ret = readBound(rows, kept, entry.names);
     if (ret == SQLITE_DONE) {
         return true;
     }
@@ -226,8 +232,8 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
     return false;
 }
 
-int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement) {
-    const std::vector<std::string_view> names = columnNames(statement);
+int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement,
+                                  const std::vector<std::string_view>& names) {
     int ret = SQLITE_OK;
     while ((ret = sqlite3_step(statement)) == SQLITE_ROW) {
         appendCells(statement, names, rows);
@@ -274,8 +280,10 @@ sqlite3* SettingsConnection::openFile(const std::string& path, std::string* prob
         return nullptr;
     }
     sqlite3* raw = nullptr;
+    // Every use of the handle and its statements holds lock(), so SQLite's
+    // own mutex around each call (a twentieth of a later start) is left out.
     int ret = sqlite3_open_v2(path.c_str(), &raw,
-                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                               nullptr);
     if (ret != SQLITE_OK) {
         const int error = raw != nullptr ? sqlite3_system_errno(raw) : 0;
@@ -574,7 +582,7 @@ bool SettingsConnection::readRows(std::vector<RowData>& rows, const std::string&
         }
         return false;
     }
-    ret = readBound(rows, statement.get());
+    ret = readBound(rows, statement.get(), columnNames(statement.get()));
     if (ret != SQLITE_DONE) {
         ALOGE("Unknow error... %d", 224);
         logFailure(ret);

@@ -55,7 +55,8 @@ public:
     SettingsConnection(const SettingsConnection&) = delete;
     SettingsConnection& operator=(const SettingsConnection&) = delete;
 
-    // Null when the database could not be opened or was set aside.
+    // Null when the database could not be opened or was set aside. Used only
+    // while holding lock(): the connection has no mutex of its own.
     sqlite3* handle() const { return mDb.get(); }
     std::recursive_mutex& lock() const { return mLock; }
     const std::string& path() const { return mPath; }
@@ -105,7 +106,8 @@ public:
     // Appends the rows of a kept statement with its values bound, then resets
     // it and clears its values; the result of the last step (SQLITE_DONE
     // when every row was read).
-    static int readBound(std::vector<RowData>& rows, sqlite3_stmt* statement);
+    static int readBound(std::vector<RowData>& rows, sqlite3_stmt* statement,
+                         const std::vector<std::string_view>& names);
     // Logs a failed statement's result, fails the open transaction, and
     // marks the database damaged when the result says so.
     void logFailure(int result);
@@ -141,7 +143,14 @@ private:
     std::unique_ptr<sqlite3, Closer> mDb;
     // The kept statements by their text; declared after the handle, so
     // finalized before it closes.
-    std::unordered_map<std::string, Statement> mKept;
+    struct KeptStatement {
+        Statement statement;
+        // Its column names, as columnNames() gives them, until SQLite
+        // prepares it again (the schema changed).
+        std::vector<std::string_view> names;
+        int prepares = -1;
+    };
+    std::unordered_map<std::string, KeptStatement> mKept;
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;

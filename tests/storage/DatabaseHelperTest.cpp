@@ -192,6 +192,23 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
     EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), withIndex);
 }
 
+// A kept lookup keeps its column names only until SQLite prepares it again:
+// a column renamed since is no longer read as the old parameter.
+TEST_F(DatabaseHelperTest, KeptLookupsFollowARenamedColumn) {
+    Tuning stored("t", ENDPOINT_HEADPHONE, true);
+    fillAll(stored, 1);
+    ASSERT_TRUE(mDb.insertValue(&stored, "default"));
+    const auto readBack = [this] {
+        Tuning tuning("t", ENDPOINT_SPEAKER, false);
+        EXPECT_TRUE(mDb.queryTuning("t", &tuning));
+        return valuesOf(&tuning, audio_optimizer_enable);
+    };
+    ASSERT_FALSE(readBack().empty());
+    ASSERT_TRUE(mDb.execSQL("ALTER TABLE tunings RENAME COLUMN audio_optimizer_enable TO renamed"));
+    readBack();  // the lookup that finds the statement stale
+    EXPECT_TRUE(readBack().empty());
+}
+
 // A start's lookups share one read transaction; a write must not land
 // inside it, where no other program would see it until the start ends.
 TEST_F(DatabaseHelperTest, HeldReadsEndAtTheFirstWrite) {
