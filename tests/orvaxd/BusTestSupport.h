@@ -172,21 +172,6 @@ private:
     ChildProcess mProcess;
 };
 
-// Runs a command-line bus client; `run.status` is its exit status.
-inline ToolRun runClient(const TempRoot& root, const std::vector<std::string>& argv) {
-    static int sRun = 0;
-    std::string command;
-    for (const std::string& arg : argv) {
-        command += " '" + arg + "'";
-    }
-    const std::string capture = root.path() + "/.client" + std::to_string(sRun++);
-    const int status = std::system((command + " >'" + capture + ".out' 2>'" + capture + ".err'").c_str());
-    ToolRun run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(capture + ".out"), readFile(capture + ".err")};
-    std::remove((capture + ".out").c_str());
-    std::remove((capture + ".err").c_str());
-    return run;
-}
-
 // `gdbus call` of a method of the daemon's interface.
 inline ToolRun gdbusCall(const TempRoot& root, const PrivateBus& bus, const std::string& member,
                          const std::vector<std::string>& args) {
@@ -194,7 +179,7 @@ inline ToolRun gdbusCall(const TempRoot& root, const PrivateBus& bus, const std:
                                      "--object-path", bus::kObjectPath, "--method",
                                      std::string(bus::kInterface) + "." + member};
     argv.insert(argv.end(), args.begin(), args.end());
-    return runClient(root, argv);
+    return runCommand(root.path(), argv);
 }
 
 // `dbus-send` of a method call, arguments as TYPE:VALUE.
@@ -204,7 +189,7 @@ inline ToolRun dbusSend(const TempRoot& root, const PrivateBus& bus, const std::
                                      "--dest=" + std::string(bus::kBusName), bus::kObjectPath,
                                      std::string(bus::kInterface) + "." + member};
     argv.insert(argv.end(), args.begin(), args.end());
-    return runClient(root, argv);
+    return runCommand(root.path(), argv);
 }
 
 // A set-event 1 blob: dialog enhancer amount of profile 0 to `value`; word 4,

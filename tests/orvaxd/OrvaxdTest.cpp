@@ -299,7 +299,7 @@ TEST_F(OrvaxdTest, WatchPrintsEachNotificationDecodedUntilInterrupted) {
 
 // The interface file installed for other programs says what the object serves.
 TEST_F(OrvaxdTest, TheInstalledInterfaceFileMatchesTheLiveObject) {
-    const ToolRun live = runClient(mRoot, {"gdbus", "introspect", "--xml", "--address", mBus.address(), "--dest",
+    const ToolRun live = runCommand(mRoot.path(), {"gdbus", "introspect", "--xml", "--address", mBus.address(), "--dest",
                                            bus::kBusName, "--object-path", bus::kObjectPath});
     ASSERT_EQ(live.status, 0) << live.err;
     // Each member of org.orvan.Orvax1 with its arguments' types and directions.
@@ -406,7 +406,7 @@ TEST(OrvaxdPolicyTest, OnTheSystemBusOnlyTheSetterGroupChangesSettings) {
                                          "--address", address, "--dest", bus::kBusName, "--object-path",
                                          bus::kObjectPath, "--method", std::string(bus::kInterface) + "." + policy.member};
         argv.insert(argv.end(), policy.args.begin(), policy.args.end());
-        const ToolRun run = runClient(root, argv);
+        const ToolRun run = runCommand(root.path(), argv);
         EXPECT_EQ(run.status == 0, policy.allowed) << policy.member << (policy.inSetterGroup ? " in the group" : "")
                                                    << ": " << run.err;
         if (!policy.allowed) {

@@ -21,11 +21,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class SettingsKeptTest : public ::testing::Test {
+class SettingsKeptTest : public InstalledRootTest {
 protected:
-    void SetUp() override { ASSERT_EQ(0, run({"install"}).status); }
-
-    ToolRun run(const std::vector<std::string>& args) { return orvaxctl(mRoot.path(), args); }
     // The stored value of client parameter 108 of `profile`, as the tool reads it.
     std::string amount(int profile) { return run({"get", "108", "--profile", std::to_string(profile)}).out; }
     std::string set(int profile, int value) {
@@ -41,8 +38,6 @@ protected:
         const ToolRun done = run({"install", "--default", writeFile(mRoot, "candidate.xml", bytes)});
         ASSERT_EQ(0, done.status) << done.err;
     }
-
-    TempRoot mRoot;
 };
 
 // A command that changes nothing writes nothing: the file stays as it was,

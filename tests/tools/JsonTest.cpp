@@ -131,18 +131,8 @@ TEST(JsonStringTest, EscapesWhatJsonForbidsAndReplacesBytesThatAreNoUtf8) {
     }
 }
 
-class OrvaxctlJsonTest : public ::testing::Test {
+class OrvaxctlJsonTest : public test::InstalledRootTest {
 protected:
-    void SetUp() override { ASSERT_EQ(0, run({"install"}).status); }
-
-    ToolRun run(const std::vector<std::string>& args) { return test::orvaxctl(mRoot.path(), args); }
-
-    std::string ok(const std::vector<std::string>& args) {
-        const ToolRun ran = run(args);
-        EXPECT_EQ(0, ran.status) << args[0] << ": " << ran.err;
-        return ran.out;
-    }
-
     // Runs a command that must succeed and reads its output as JSON.
     Json json(const std::vector<std::string>& args) {
         const std::string out = ok(args);
@@ -151,17 +141,10 @@ protected:
         return value;
     }
 
-    // The bundled default file with `original` (which must occur) replaced.
-    static std::string editedDefault(const std::string& original, const std::string& replacement) {
-        std::string text = test::readFile(test::sourcePath("data/zel-default.xml"));
-        const size_t at = text.find(original);
-        EXPECT_NE(std::string::npos, at) << original;
-        return at == std::string::npos ? text : text.replace(at, original.size(), replacement);
+    // The installed default file, with `original` replaced.
+    void editDefault(const std::string& original, const std::string& replacement) {
+        test::editBundled(mRoot, "data/zel-default.xml", original, replacement, "vendor/etc/orvan/zel-default.xml");
     }
-
-    std::string defaultFile() const { return mRoot.under("/vendor/etc/orvan/zel-default.xml"); }
-
-    TempRoot mRoot;
 };
 
 // Each command's output parses and holds its documented keys, with --json
@@ -197,7 +180,7 @@ TEST_F(OrvaxctlJsonTest, EveryCommandThatPrintsDataPrintsValidJsonWithItsKeys) {
 
 // A device name from the tuning file reaches JSON escaped and reads back as it was.
 TEST_F(OrvaxctlJsonTest, ADeviceNameWithAQuoteAndABackslashReadsBackUnchanged) {
-    test::writeFile(defaultFile(), editedDefault("id=\"usb_dock_speaker\"", "id=\"usb_&quot;dock\\\""));
+    editDefault("id=\"usb_dock_speaker\"", "id=\"usb_&quot;dock\\\"");
     const Json devices = json({"devices", "usb", "--json"});
     ASSERT_EQ(3u, devices.items.size());
     EXPECT_EQ("usb_\"dock\\", devices.items[2]["name"].text);
@@ -206,8 +189,9 @@ TEST_F(OrvaxctlJsonTest, ADeviceNameWithAQuoteAndABackslashReadsBackUnchanged) {
 // check --json tells each problem as the text does, a path with a tab, quotes
 // and a backslash included, and keeps the exit status.
 TEST_F(OrvaxctlJsonTest, CheckReportsEachProblemAsTheTextDoesAndKeepsItsExitStatus) {
-    const std::string path = test::writeFile(mRoot, "tab\there \"q\" back\\slash.xml",
-                                             editedDefault("<ieq-amount value=\"10\"/>", "<ieq-amount value=\"99\"/>"));
+    const std::string path = test::editBundled(mRoot, "data/zel-default.xml", "<ieq-amount value=\"10\"/>",
+                                               "<ieq-amount value=\"99\"/>", "tab\there \"q\" back\\slash.xml")
+                                     .path;
     for (const auto& [file, status] : {std::pair{path, 1}, {mRoot.path() + "/absent.xml", 2}}) {
         const ToolRun plain = run({"check", file});
         const ToolRun ran = run({"check", file, "--json"});
@@ -243,8 +227,7 @@ TEST_F(OrvaxctlJsonTest, EveryListedIntegerCodeIsAnsweredByTheService) {
 
 // A port the tuning files give no device: nothing to list, and no failure.
 TEST_F(OrvaxctlJsonTest, DevicesOfAPortWithoutDevicesIsAnEmptyList) {
-    test::writeFile(defaultFile(),
-                    editedDefault("<device_id id=\"default_miracast\" endpoint_port=\"miracast\"/>", ""));
+    editDefault("<device_id id=\"default_miracast\" endpoint_port=\"miracast\"/>", "");
     for (const bool json : {false, true}) {
         const ToolRun ran = run(json ? std::vector<std::string>{"devices", "miracast", "--json"}
                                      : std::vector<std::string>{"devices", "miracast"});
@@ -259,7 +242,8 @@ TEST_F(OrvaxctlJsonTest, DevicesOfAPortWithoutDevicesIsAnEmptyList) {
 TEST_F(OrvaxctlJsonTest, ProfilesShowsTheMobilityTheServiceHoldsNotTheFileOnDisk) {
     const std::string travel = "4   travel           yes";
     ASSERT_NE(std::string::npos, ok({"profiles"}).find(travel));
-    test::writeFile(defaultFile(), test::readFile(defaultFile()) + "<unclosed");
+    const std::string installed = mRoot.under("/vendor/etc/orvan/zel-default.xml");
+    test::writeFile(installed, test::readFile(installed) + "<unclosed");
     const ToolRun ran = run({"profiles"});
     EXPECT_NE(std::string::npos, ran.out.find(travel)) << ran.out;
     EXPECT_NE(std::string::npos, ok({"profiles", "--json"}).find("\"name\": \"travel\", \"mobility\": true"));
@@ -271,9 +255,9 @@ TEST_F(OrvaxctlJsonTest, ChangesAfterANewDefaultFileHoldsTheSettingsAgainstItsFa
     ok({"set", "108", "15", "--profile", "1"});
     const std::string before = ok({"changes"});
     ASSERT_EQ(3, std::count(before.begin(), before.end(), '\n')) << before;
-    const std::string newFile = test::writeFile(
-            mRoot, "new-default.xml",
-            editedDefault("<dialog-enhancer-amount value=\"7\"/>", "<dialog-enhancer-amount value=\"3\"/>"));
+    const std::string newFile = test::editBundled(mRoot, "data/zel-default.xml", "<dialog-enhancer-amount value=\"7\"/>",
+                                                  "<dialog-enhancer-amount value=\"3\"/>", "new-default.xml")
+                                        .path;
     ok({"install", "--default", newFile});
     EXPECT_EQ("", ok({"changes"}));
     EXPECT_EQ("[]\n", ok({"changes", "--json"}));

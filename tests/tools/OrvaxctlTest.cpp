@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,37 +15,19 @@
 namespace orvan {
 namespace {
 
+using test::editBundled;
+using test::EditedFile;
+using test::lines;
 using test::readFile;
 using test::sourcePath;
 using test::TempRoot;
 using test::ToolRun;
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        result.push_back(line);
-    }
-    return result;
-}
+using OrvaxctlTest = test::InstalledRootTest;
 
 ToolRun orvaxctl(const TempRoot& root, const std::vector<std::string>& args) {
     return test::orvaxctl(root.path(), args);
 }
-
-class OrvaxctlTest : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(0, orvaxctl(mRoot, {"install"}).status); }
-
-    // Runs a command that must succeed and returns its output.
-    std::string ok(const std::vector<std::string>& args) {
-        const ToolRun run = orvaxctl(mRoot, args);
-        EXPECT_EQ(0, run.status) << args[0] << ": " << run.err;
-        return run.out;
-    }
-
-    TempRoot mRoot;
-};
 
 TEST(OrvaxctlDemoTest, RunsToTheEndInAFreshRoot) {
     TempRoot root;
@@ -99,7 +78,7 @@ TEST_F(OrvaxctlTest, UsageErrorsExitTwoAndChangeNothing) {
         {"engine", "--device", "toaster"}, {"changes", "many"},
     };
     for (const auto& args : mistakes) {
-        const ToolRun run = orvaxctl(mRoot, args);
+        const ToolRun run = this->run(args);
         EXPECT_EQ(2, run.status) << args[0];
         EXPECT_EQ("", run.out) << args[0];
         EXPECT_EQ(0u, run.err.rfind("orvaxctl: ", 0)) << args[0] << ": " << run.err;
@@ -125,25 +104,6 @@ TEST(OrvaxctlRootTest, AnInstallThatFailsSaysWhy) {
     EXPECT_EQ(1, run.status);
     EXPECT_NE(std::string::npos, run.err.find("cannot replace " + target + ": Is a directory")) << run.err;
     EXPECT_FALSE(std::filesystem::exists(target + ".new"));
-}
-
-// A copy of a bundled file with `original` (which must occur) replaced.
-struct EditedFile {
-    std::string path;
-    int line;  // of the replacement
-};
-
-EditedFile editBundled(const TempRoot& root, const char* bundled, const std::string& original,
-                       const std::string& replacement, const std::string& name) {
-    std::string text = readFile(sourcePath(bundled));
-    const size_t at = text.find(original);
-    EXPECT_NE(std::string::npos, at) << name << ": " << original;
-    if (at == std::string::npos) {
-        return {"", 0};
-    }
-    text.replace(at, original.size(), replacement);
-    const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + at, '\n'));
-    return {test::writeFile(root, name, text), line};
 }
 
 // The line of `text` in the bundled file.
@@ -222,8 +182,7 @@ TEST(OrvaxctlCheckTest, ReportsTheLineAndRuleOfWhatIsBroken) {
     const bool haveXmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
     for (const BrokenFile& broken : cases) {
         TempRoot root;
-        const EditedFile file = editBundled(root, "data/zel-default.xml", broken.original, broken.replacement,
-                                            "broken.xml");
+        const EditedFile file = editBundled(root, "data/zel-default.xml", broken.original, broken.replacement, "broken.xml");
         const int line = broken.reportedAt != nullptr ? bundledLine("data/zel-default.xml", broken.reportedAt)
                                                       : file.line;
         const ToolRun run = orvaxctl(root, {"check", file.path});

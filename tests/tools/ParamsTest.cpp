@@ -10,17 +10,9 @@
 namespace orvan {
 namespace {
 
-using test::TempRoot;
 using test::ToolRun;
 
-class OrvaxctlParamsTest : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(0, run({"install"}).status); }
-
-    ToolRun run(const std::vector<std::string>& args) { return test::orvaxctl(mRoot.path(), args); }
-
-    TempRoot mRoot;
-};
+using OrvaxctlParamsTest = test::InstalledRootTest;
 
 // One row of the params listing.
 struct Row {

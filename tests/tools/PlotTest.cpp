@@ -115,29 +115,22 @@ TEST(CurvePlotTest, WritesSvgByItsExtensionAndRefusesOtherNamesAndUnwritablePlac
     }
 }
 
-ToolRun orvaxctl(const TempRoot& root, const std::vector<std::string>& args) {
-    return test::orvaxctl(root.path(), args);
-}
-
-class OrvaxctlPlotTest : public ::testing::Test {
+class OrvaxctlPlotTest : public test::InstalledRootTest {
 protected:
-    void SetUp() override { ASSERT_EQ(0, orvaxctl(mRoot, {"install"}).status); }
-
     // Plots into `name` under the root; its bytes, or "" when the run failed.
     std::string plot(const std::string& name, std::vector<std::string> options = {}) {
         const std::string path = mRoot.path() + "/" + name;
         options.insert(options.begin(), {"plot", "-o", path});
-        const ToolRun run = orvaxctl(mRoot, options);
-        EXPECT_EQ(0, run.status) << run.err;
-        return run.status == 0 ? readFile(path) : "";
+        const ToolRun ran = run(options);
+        EXPECT_EQ(0, ran.status) << ran.err;
+        return ran.status == 0 ? readFile(path) : "";
     }
 
-    TempRoot mRoot;
 };
 
 // A plot only reads: the settings database keeps its bytes.
 TEST_F(OrvaxctlPlotTest, DrawsWhatTheServiceHoldsAndChangesNothing) {
-    orvaxctl(mRoot, {"status"});
+    run({"status"});
     const std::string database = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
     const std::string stored = readFile(database);
     const std::string before = plot("before.png");
@@ -150,23 +143,23 @@ TEST_F(OrvaxctlPlotTest, DrawsWhatTheServiceHoldsAndChangesNothing) {
     for (int band = 0; band < 20; ++band) {
         set.push_back(std::to_string(band * 20 - 200));
     }
-    ASSERT_EQ(0, orvaxctl(mRoot, set).status);
+    ASSERT_EQ(0, run(set).status);
     EXPECT_NE(before, plot("after.png"));
 }
 
 // The curves are those of the endpoint that plays the port asked for.
 TEST_F(OrvaxctlPlotTest, DrawsTheSettingsOfThePortItNames) {
-    ASSERT_EQ(0, orvaxctl(mRoot, {"select", "1"}).status);
-    ASSERT_EQ(0, orvaxctl(mRoot, {"set", "107", "3", "--port", "headphone"}).status);
-    ASSERT_EQ(0, orvaxctl(mRoot, {"set", "106", "1", "--port", "headphone"}).status);
+    ASSERT_EQ(0, run({"select", "1"}).status);
+    ASSERT_EQ(0, run({"set", "107", "3", "--port", "headphone"}).status);
+    ASSERT_EQ(0, run({"set", "106", "1", "--port", "headphone"}).status);
     const std::string path = mRoot.path() + "/movie.svg";
-    const ToolRun headphone = orvaxctl(mRoot, {"plot", "--port", "3", "-o", path});
+    const ToolRun headphone = run({"plot", "--port", "3", "-o", path});
     EXPECT_EQ(0, headphone.status) << headphone.err;
     EXPECT_EQ(path + ": profile 1 movie on headphone\n  GEQ curve\n  IEQ target: detailed preset, amount 3\n",
               headphone.out);
     EXPECT_NE(std::string::npos, readFile(path).find("<svg")) << path;
 
-    const ToolRun speaker = orvaxctl(mRoot, {"plot", "-o", path});
+    const ToolRun speaker = run({"plot", "-o", path});
     EXPECT_EQ(std::string::npos, speaker.out.find("amount 3")) << speaker.out;
     EXPECT_NE(std::string::npos, speaker.out.find("GEQ curve (GEQ off)")) << speaker.out;
 }
@@ -179,7 +172,7 @@ TEST_F(OrvaxctlPlotTest, UsageErrorsExitTwoAndWriteNothing) {
         {"plot", "-o", png, "--port", "toaster"},
     };
     for (const auto& args : mistakes) {
-        const ToolRun run = orvaxctl(mRoot, args);
+        const ToolRun run = this->run(args);
         EXPECT_EQ(2, run.status) << args.size() << " " << args.back();
         EXPECT_EQ(0u, run.err.rfind("orvaxctl: plot: ", 0)) << run.err;
         EXPECT_FALSE(std::filesystem::exists(png)) << args.back();
@@ -188,15 +181,15 @@ TEST_F(OrvaxctlPlotTest, UsageErrorsExitTwoAndWriteNothing) {
 }
 
 TEST_F(OrvaxctlPlotTest, APictureThatCannotBeWrittenOrDrawnExitsOne) {
-    const ToolRun unwritable = orvaxctl(mRoot, {"plot", "-o", mRoot.path() + "/no/such/dir/out.png"});
+    const ToolRun unwritable = run({"plot", "-o", mRoot.path() + "/no/such/dir/out.png"});
     EXPECT_EQ(1, unwritable.status);
     EXPECT_NE(std::string::npos, unwritable.err.find("/no/such/dir/out.png")) << unwritable.err;
     // Profile 2 selects the warm preset, which no output plays while profile 0 is selected.
-    const ToolRun notPlayed = orvaxctl(mRoot, {"plot", "--profile", "2", "--port", "headphone", "-o",
+    const ToolRun notPlayed = run({"plot", "--profile", "2", "--port", "headphone", "-o",
                                                mRoot.path() + "/warm.png"});
     EXPECT_EQ(1, notPlayed.status);
     EXPECT_NE(std::string::npos, notPlayed.err.find("select profile 2 first")) << notPlayed.err;
-    ASSERT_EQ(0, orvaxctl(mRoot, {"select", "2"}).status);
+    ASSERT_EQ(0, run({"select", "2"}).status);
     EXPECT_FALSE(plot("warm.png", {"--profile", "2", "--port", "headphone"}).empty());
 }
 

@@ -11,7 +11,6 @@
 namespace orvan {
 namespace {
 
-using test::TempRoot;
 using test::ToolRun;
 
 size_t occurrences(const std::string& text, const std::string& part) {
@@ -22,18 +21,15 @@ size_t occurrences(const std::string& text, const std::string& part) {
     return count;
 }
 
-class StartupMessagesTest : public ::testing::Test {
+class StartupMessagesTest : public test::InstalledRootTest {
 protected:
     void SetUp() override {
-        ASSERT_EQ(0, run({"install"}).status);
+        InstalledRootTest::SetUp();
         // The first start builds the database: nothing to tell the user.
         const ToolRun set = run({"set", "108", "9", "--profile", "0"});
         ASSERT_EQ("9\n", set.out);
         EXPECT_EQ("", set.err);
     }
-    ToolRun run(const std::vector<std::string>& args) { return test::orvaxctl(mRoot.path(), args); }
-
-    TempRoot mRoot;
     const std::string mDatabase = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
 };
 
