@@ -122,7 +122,7 @@ TEST(ParameterRecordsTest, EachSetTakesAndReportsOnlyTheParametersOfItsLevel) {
     }
 }
 
-TEST(ParameterRecordsTest, TheProfileSetKeepsItsRecordsAndTheirProfileLevelValues) {
+TEST(ParameterRecordsTest, TheProfileSetTakesTheProfileLevelValuesOfItsRecords) {
     RecordingObserver observer;
     ProfileParameters set(&observer);
     Profile profile(0, "dynamic", false);
@@ -133,11 +133,8 @@ TEST(ParameterRecordsTest, TheProfileSetKeepsItsRecordsAndTheirProfileLevelValue
     geq.set(geq_gain, {-3, 4});
 
     set.setProfile(profile);
-    EXPECT_EQ(&profile, set.getProfile());
     EXPECT_EQ((Parameters{reverb_suppression_amount, volume_modeler_enable}), observer.parameters());
     set.setGeqPreset(geq);
-    EXPECT_EQ(&geq, set.getGeqPreset());
-    EXPECT_EQ(&profile, set.getProfile());
     EXPECT_EQ((Parameters{reverb_suppression_amount, volume_modeler_enable, geq_frequency, geq_gain}),
               observer.parameters());
     EXPECT_EQ((std::map<Parameter, Values>{{geq_frequency, {100, 1000}},
@@ -154,7 +151,6 @@ TEST(ParameterRecordsTest, TheProfileSetKeepsItsRecordsAndTheirProfileLevelValue
     RecordingObserver deviceObserver;
     DeviceParameters device(&deviceObserver);
     device.setProfile(profile);
-    EXPECT_EQ(&profile, device.getProfile());
     EXPECT_TRUE(device.getValues().empty());
     EXPECT_TRUE(deviceObserver.changes.empty());
 }
@@ -168,7 +164,6 @@ TEST(ParameterRecordsTest, OnlyRealChangesAreReportedAndTheLastRecordDecides) {
     endpoint.set(volume_leveler_amount, {3});
     endpoint.set(dialog_enhancer_enable, {1});
     set.setProfileEndpoint(endpoint);
-    EXPECT_EQ(&endpoint, set.getProfileEndpoint());
     EXPECT_EQ((Parameters{dialog_enhancer_enable, volume_leveler_amount}), observer.parameters());
     EXPECT_TRUE(set.isDirty());
 
@@ -236,15 +231,11 @@ TEST(ParameterRecordsTest, RecordsMergedOneAfterAnotherOverrideEachOther) {
     set.setTuning(tuning);
     set.setProfileEndpoint(endpoint);
     set.setIeqPreset(warm);
-    EXPECT_EQ(&tuning, set.getTuning());
-    EXPECT_EQ(&endpoint, set.getProfileEndpoint());
-    EXPECT_EQ(&warm, set.getIeqPreset());
     EXPECT_EQ((Values{PRESET_WARM}), held(set, ieq_id));
     EXPECT_EQ((Values{1, 2}), held(set, ieq_target));
 
     observer.changes.clear();
     set.setIeqPreset(off);
-    EXPECT_EQ(&off, set.getIeqPreset());
     // The frequencies are the same: only the id and the targets changed.
     EXPECT_EQ((Parameters{ieq_id, ieq_target}), observer.parameters());
     EXPECT_EQ((Values{PRESET_OFF}), held(set, ieq_id));
