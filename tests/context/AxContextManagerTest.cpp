@@ -15,15 +15,21 @@ bool offers(AxContext& context, Port port, const std::string& device) {
     return std::find(devices.begin(), devices.end(), device) != devices.end();
 }
 
-using AxContextManagerTest = StartUpTest;
+// The bundled tuning files on a fresh data partition, and a started context.
+class AxContextManagerTest : public StartUpTest {
+protected:
+    void SetUp() override {
+        installFactoryFiles();
+        mContext = startContext();
+        ASSERT_NE(nullptr, mContext);
+    }
+    AxContext* mContext = nullptr;
+};
 
 // A binder thread reloads the OEM file while the event thread changes and
 // saves settings and another reads the speaker's tuning without a lock, as the
 // engine controller does: every transaction stays whole and nothing is refused.
 TEST_F(AxContextManagerTest, ConcurrentOemReloadsSavesAndTuningReadsAllSucceed) {
-    installFactoryFiles();
-    AxContext* context = startContext();
-    ASSERT_NE(nullptr, context);
     constexpr int kRounds = 25;
     std::atomic<int> failedReloads{0};
     std::atomic<int> failedSaves{0};
@@ -35,14 +41,14 @@ TEST_F(AxContextManagerTest, ConcurrentOemReloadsSavesAndTuningReadsAllSucceed) 
     });
     std::thread events([&] {
         for (int i = 0; i < kRounds; ++i) {
-            context->setProfileParameter(1, ENDPOINT_SPEAKER, dialog_enhancer_amount, {i % 17});
-            failedSaves += context->save() ? 0 : 1;
+            mContext->setProfileParameter(1, ENDPOINT_SPEAKER, dialog_enhancer_amount, {i % 17});
+            failedSaves += mContext->save() ? 0 : 1;
         }
     });
     std::thread reader([&] {
         size_t seen = 0;
         while (!done) {
-            if (const Tuning* tuning = context->getSelectedTuning(PORT_INTERNAL_SPEAKER)) {
+            if (const Tuning* tuning = mContext->getSelectedTuning(PORT_INTERNAL_SPEAKER)) {
                 for (const auto& entry : tuning->getValues()) {
                     seen += entry.second.size();
                 }
@@ -62,60 +68,51 @@ TEST_F(AxContextManagerTest, ConcurrentOemReloadsSavesAndTuningReadsAllSucceed) 
 }
 
 TEST_F(AxContextManagerTest, FirstStartBuildsTheDatabaseAndMergesTheOemFile) {
-    installFactoryFiles();
-    AxContext* context = startContext();
-    ASSERT_NE(nullptr, context);
-
-    EXPECT_EQ(5, context->getNumOfProfiles());
+    EXPECT_EQ(5, mContext->getNumOfProfiles());
     EXPECT_EQ("1700000000", query("SELECT value FROM configuration WHERE key='signature'"));
-    EXPECT_TRUE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
+    EXPECT_TRUE(offers(*mContext, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
     for (Port port : AxContext::kSupportedPorts) {
         const std::string seeded = std::string("default_") + portName(port);
         EXPECT_EQ(seeded, query(std::string("SELECT value FROM configuration WHERE key='") + portName(port) + "'"));
-        EXPECT_EQ(seeded, context->getSelectedTuningDevice(port));
-        EXPECT_NE(nullptr, context->getSelectedTuning(port));
+        EXPECT_EQ(seeded, mContext->getSelectedTuningDevice(port));
+        EXPECT_NE(nullptr, mContext->getSelectedTuning(port));
     }
-    EXPECT_EQ("usb_headphone", context->getSelectedTuning(PORT_USB)->getName());
+    EXPECT_EQ("usb_headphone", mContext->getSelectedTuning(PORT_USB)->getName());
 }
 
 TEST_F(AxContextManagerTest, SecondStartWithAnUnchangedDefaultFileTouchesNoTable) {
-    installFactoryFiles();
-    ASSERT_NE(nullptr, startContext());
     query("UPDATE configuration SET value='3' WHERE key='Profile'");
     writeTo(DevicePaths::extraTuningFile(),
             oemFile("0", {{"oem_late", "speaker", {{"oem_late_speaker", "internal_speaker"}}}}), kFactoryTime);
 
-    AxContext* context = startContext();
-    ASSERT_NE(nullptr, context);
-    EXPECT_EQ(3, context->getSelectedProfile());
-    EXPECT_FALSE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_late_speaker"));
-    EXPECT_TRUE(offers(*context, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
+    mContext = startContext();
+    ASSERT_NE(nullptr, mContext);
+    EXPECT_EQ(3, mContext->getSelectedProfile());
+    EXPECT_FALSE(offers(*mContext, PORT_INTERNAL_SPEAKER, "oem_late_speaker"));
+    EXPECT_TRUE(offers(*mContext, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
 }
 
 TEST_F(AxContextManagerTest, ReloadFallsBackToTheDefaultDeviceAndKeepsTheUsersChoice) {
-    installFactoryFiles();
-    AxContext* context = startContext();
-    ASSERT_NE(nullptr, context);
-    ASSERT_TRUE(context->setSelectedTuning(PORT_HEADPHONE, "oem_anc_headset", false));
+    ASSERT_TRUE(mContext->setSelectedTuning(PORT_HEADPHONE, "oem_anc_headset", false));
     RecordingObserver observer;
-    context->registerObserver(&observer);
+    mContext->registerObserver(&observer);
     observer.events.clear();
 
     writeTo(DevicePaths::extraTuningFile(), oemFile("0", {}), kFactoryTime);
     EXPECT_EQ(0, AxContextManager::getInstance().loadOemTuning());
-    EXPECT_EQ("default_headphone", context->getSelectedTuningDevice(PORT_HEADPHONE));
-    EXPECT_EQ("headphone_wired", context->getSelectedTuning(PORT_HEADPHONE)->getName());
+    EXPECT_EQ("default_headphone", mContext->getSelectedTuningDevice(PORT_HEADPHONE));
+    EXPECT_EQ("headphone_wired", mContext->getSelectedTuning(PORT_HEADPHONE)->getName());
     ASSERT_EQ(AxContext::kSupportedPorts.size(), observer.events.size());
     EXPECT_EQ(PORT_HEADPHONE, observer.events[PORT_HEADPHONE].port);
-    EXPECT_EQ(context->getSelectedTuning(PORT_HEADPHONE), observer.events[PORT_HEADPHONE].record);
-    context->unregisterObserver(&observer);
+    EXPECT_EQ(mContext->getSelectedTuning(PORT_HEADPHONE), observer.events[PORT_HEADPHONE].record);
+    mContext->unregisterObserver(&observer);
 
     // A start falls back the same way; the stored choice returns with its device.
-    context = startContext();
-    EXPECT_EQ("default_headphone", context->getSelectedTuningDevice(PORT_HEADPHONE));
+    mContext = startContext();
+    EXPECT_EQ("default_headphone", mContext->getSelectedTuningDevice(PORT_HEADPHONE));
     copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
     EXPECT_EQ(0, AxContextManager::getInstance().loadOemTuning());
-    EXPECT_EQ("oem_anc_headset", context->getSelectedTuningDevice(PORT_HEADPHONE));
+    EXPECT_EQ("oem_anc_headset", mContext->getSelectedTuningDevice(PORT_HEADPHONE));
 }
 
 // One OEM file against the bundled default file.
@@ -132,12 +129,9 @@ void PrintTo(const OemCase& c, std::ostream* os) {
     *os << c.name;
 }
 
-class OemMergeTest : public StartUpTest, public ::testing::WithParamInterface<OemCase> {};
+class OemMergeTest : public AxContextManagerTest, public ::testing::WithParamInterface<OemCase> {};
 
 TEST_P(OemMergeTest, AddsOnlyWhatTheDefaultFileDoesNotHave) {
-    installFactoryFiles();
-    AxContext* context = startContext();
-    ASSERT_NE(nullptr, context);
     std::filesystem::remove(DevicePaths::extraTuningFile());
     if (GetParam().writeFile) {
         writeTo(DevicePaths::extraTuningFile(), GetParam().text, kFactoryTime);
@@ -145,15 +139,15 @@ TEST_P(OemMergeTest, AddsOnlyWhatTheDefaultFileDoesNotHave) {
 
     EXPECT_EQ(GetParam().result, AxContextManager::getInstance().loadOemTuning());
     for (const auto& [port, device] : GetParam().offered) {
-        EXPECT_TRUE(offers(*context, port, device)) << device;
+        EXPECT_TRUE(offers(*mContext, port, device)) << device;
     }
     for (const auto& [port, device] : GetParam().refused) {
-        EXPECT_FALSE(offers(*context, port, device)) << device;
+        EXPECT_FALSE(offers(*mContext, port, device)) << device;
     }
     // A device of the default file keeps its one row and its tuning.
     EXPECT_EQ("1", query("SELECT COUNT(*) FROM device_tunings WHERE device='mono_speaker'"));
-    ASSERT_TRUE(context->setSelectedTuning(PORT_INTERNAL_SPEAKER, "mono_speaker", false));
-    EXPECT_EQ("internal_speaker_mono", context->getSelectedTuning(PORT_INTERNAL_SPEAKER)->getName());
+    ASSERT_TRUE(mContext->setSelectedTuning(PORT_INTERNAL_SPEAKER, "mono_speaker", false));
+    EXPECT_EQ("internal_speaker_mono", mContext->getSelectedTuning(PORT_INTERNAL_SPEAKER)->getName());
 }
 
 const std::pair<Port, std::string> kBundledOemDevice{PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"};
