@@ -43,6 +43,14 @@ inline ToolRun orvaxctl(const std::string& root, std::vector<std::string> args) 
     return runCommand(root, args);
 }
 
+inline size_t occurrences(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
 inline std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> result;
     std::istringstream in(text);

@@ -219,22 +219,14 @@ inline int32_t tagOf(const std::vector<uint8_t>& blob) {
     return static_cast<int32_t>(blob[4] | blob[5] << 8 | blob[6] << 16 | static_cast<uint32_t>(blob[7]) << 24);
 }
 
-// `bytes` as gdbus writes a byte array: "[byte 0x00, 0x01]".
-inline std::string gvariantBytes(const std::vector<uint8_t>& bytes) {
-    std::string text = "[byte ";
+// `bytes` as gdbus writes a byte array, "[byte 0, 1]", or, with `dbusSend`,
+// as dbus-send takes them, "array:byte:0,1".
+inline std::string gvariantBytes(const std::vector<uint8_t>& bytes, bool dbusSend = false) {
+    std::string text = dbusSend ? "array:byte:" : "[byte ";
     for (size_t i = 0; i < bytes.size(); ++i) {
-        text += (i == 0 ? "" : ", ") + std::to_string(bytes[i]);
+        text += (i == 0 ? "" : dbusSend ? "," : ", ") + std::to_string(bytes[i]);
     }
-    return text + "]";
-}
-
-// `bytes` as dbus-send takes them: "array:byte:0,1".
-inline std::string dbusSendBytes(const std::vector<uint8_t>& bytes) {
-    std::string text = "array:byte:";
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        text += (i == 0 ? "" : ",") + std::to_string(bytes[i]);
-    }
-    return text;
+    return dbusSend ? text : text + "]";
 }
 
 }  // namespace orvan::test

@@ -93,7 +93,7 @@ TEST_F(OrvaxdTest, EveryRegisteredClientHearsEachChangeOfFourSendersOnce) {
                 } else if (sender == 3) {
                     EXPECT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(blob)}).status, 0);
                 } else {
-                    EXPECT_EQ(dbusSend(mRoot, mBus, "SetParam", {dbusSendBytes(blob)}).status, 0);
+                    EXPECT_EQ(dbusSend(mRoot, mBus, "SetParam", {gvariantBytes(blob, true)}).status, 0);
                 }
             }
         });
@@ -232,12 +232,7 @@ TEST_F(OrvaxdTest, ABurstOfChangesIsSavedOnceWithinTheDelay) {
     // Long enough for a second save, which a burst must not cause.
     std::this_thread::sleep_for(std::chrono::milliseconds(2 * bus::kSaveDelayMs + 800));
     const std::string log = mDaemon->log();
-    size_t saves = 0;
-    for (size_t at = log.find("saved the settings"); at != std::string::npos;
-         at = log.find("saved the settings", at + 1)) {
-        ++saves;
-    }
-    EXPECT_EQ(saves, 1u) << log;
+    EXPECT_EQ(occurrences(log, "saved the settings"), 1u) << log;
 
     // Killed without a chance to save: the timed save kept the last value.
     restartAfterKill();

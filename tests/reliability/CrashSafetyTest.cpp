@@ -155,9 +155,6 @@ protected:
         return context;
     }
 
-    // A journal left behind: the kill came while a transaction was open.
-    static bool interruptedTransaction() { return journalPresent(); }
-
     // Runs `prepare` and `operation` in children killed at a random point of
     // the operation's window until enough kills landed, enough of them inside
     // the transaction: every other run aims at the transaction. `arm(run)` sets run `run` up after the user's settings
@@ -173,7 +170,8 @@ protected:
             const bool aimed = run % 2 == 1;
             const KillPlan plan{Micros(anywhere(mRandom) / (aimed ? 16 : 1)), aimed};
             killed += killDuring(prepare, operation, plan) < Micros(0) ? 1 : 0;
-            midTransaction += interruptedTransaction() ? 1 : 0;
+            // A journal left behind: the kill came while a transaction was open.
+            midTransaction += journalPresent() ? 1 : 0;
             check();
             if (HasFatalFailure()) {
                 return;

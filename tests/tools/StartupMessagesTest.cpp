@@ -11,15 +11,8 @@
 namespace orvan {
 namespace {
 
+using test::occurrences;
 using test::ToolRun;
-
-size_t occurrences(const std::string& text, const std::string& part) {
-    size_t count = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
-    }
-    return count;
-}
 
 class StartupMessagesTest : public test::InstalledRootTest {
 protected:
