@@ -14,11 +14,9 @@ public:
     CountingEffect() : TevEffect(0, "test") {}
     void sendSharedStore(const void* data, uint32_t length) override {
         ++sends;
-        lastCount = static_cast<const int32_t*>(data)[1];
         TevEffect::sendSharedStore(data, length);
     }
     int sends = 0;
-    int32_t lastCount = 0;
 };
 
 class TevControllerTest : public StartUpTest {
@@ -63,28 +61,6 @@ TEST_F(TevControllerTest, ATuningChangeReachesTheEngineCompletely) {
         EXPECT_EQ(s.dom, storedValues(s.output, DOM));
         EXPECT_EQ(s.dea, storedValues(s.output, DEA));
     }
-}
-
-TEST_F(TevControllerTest, ANewEffectReceivesEveryParameter) {
-    CountingEffect replacement;
-    mController.setTevEffect(replacement, *mContext);
-    EXPECT_EQ(1, replacement.sends);
-    // The first refresh sent every parameter from empty sets; so does this.
-    EXPECT_EQ(mEffect.lastCount, replacement.lastCount);
-    // translateAll runs every translator of each set's valid parameters,
-    // whatever the values. The profile-wide set: 9 translators, 10 codes (the
-    // GEQ sends GEBS and VCBF). Each of the 6 output devices: 60 codes always
-    // (50 single-code translators; IEBS, DEA, VBM, DOM; DEON+MDEE, ARSA+ARBS,
-    // VBSF+VBMF), and those the bundled default tunings switch on: AOBS on
-    // all 6 (2 or 4 channels), CEQT on the speaker and HDMI (enabled, 2 and 4
-    // channels), BMDT and RSSA on the stereo speaker only.
-    constexpr int kProfileWide = 10, kOutputDevices = 6, kAlwaysPerDevice = 60;
-    constexpr int kSwitchedOn = 6 /*AOBS*/ + 2 /*CEQT*/ + 1 /*BMDT*/ + 1 /*RSSA*/;
-    EXPECT_EQ(kProfileWide + kOutputDevices * kAlwaysPerDevice + kSwitchedOn, replacement.lastCount);  // 380
-
-    mContext->setSelectedProfile(2);
-    EXPECT_EQ(2, replacement.sends);
-    EXPECT_EQ(1, mEffect.sends);
 }
 
 }  // namespace
