@@ -170,18 +170,6 @@ TEST_F(SettingsKeptTest, NewBytesRebuildAndTheSameBytesKeepTheSettings) {
     EXPECT_EQ(factory, amount(1)) << "a change within the same second was not seen";
 }
 
-TEST_F(SettingsKeptTest, ARefusedDefaultFileKeepsTheStoredSettings) {
-    set(1, 5);
-    std::string withDtd = readFile(defaultFile());
-    const size_t body = withDtd.find("?>") + 2;
-    withDtd.insert(body, "\n<!DOCTYPE x [<!ENTITY e \"1\">]>");
-    writeFile(defaultFile(), withDtd);
-    // Clearly newer than the file the database was built from.
-    const struct timespec later[2] = {{time(nullptr) + 10, 0}, {time(nullptr) + 10, 0}};
-    ASSERT_EQ(0, utimensat(AT_FDCWD, defaultFile().c_str(), later, 0));
-    EXPECT_EQ("5\n", amount(1));
-}
-
 TEST_F(SettingsKeptTest, ADatabaseThatCannotServeIsNamedWithItsCause) {
     const struct {
         const char* name;

@@ -28,11 +28,15 @@ protected:
 
 TEST_F(StartupMessagesTest, ABrokenDefaultFileSaysTheStoredSettingsAreInUse) {
     const std::string file = mRoot.under("/vendor/etc/orvan/zel-default.xml");
-    for (const char* content : {"<broken", "", "<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY a \"b\">]><x/>"}) {
+    std::string withDtd = test::readFile(file);
+    withDtd.insert(withDtd.find("?>") + 2, "\n<!DOCTYPE x [<!ENTITY e \"1\">]>");
+    const std::pair<const char*, std::string> cases[] = {
+        {"cut", "<broken"}, {"empty", ""}, {"the bundled file, refused for its DTD alone", withDtd}};
+    for (const auto& [name, content] : cases) {
         test::writeFile(file, content);
         const ToolRun get = run({"get", "108", "--profile", "0"});
-        EXPECT_EQ(0, get.status) << content;
-        EXPECT_EQ("9\n", get.out) << content;
+        EXPECT_EQ(0, get.status) << name;
+        EXPECT_EQ("9\n", get.out) << name;
         EXPECT_EQ(1u, occurrences(get.err, "orvaxctl: the default tuning file " + file + " cannot be read ("))
                 << get.err;
         EXPECT_EQ(1u, occurrences(get.err, "; the stored settings are in use\n")) << get.err;
