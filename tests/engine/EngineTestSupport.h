@@ -54,15 +54,25 @@ inline std::string codeOf(int32_t id) {
     return code < 0 ? "?" : kTevParameterCodes[code];
 }
 
-// The parameters of a command's buffer, in order, read without the store's parser.
-inline std::vector<CommandEntry> commandEntries(const SetParamCommand& command) {
+// The parameters of a command's words (header, count, then entries), in
+// order, read without the store's parser.
+inline std::vector<CommandEntry> commandEntries(const int32_t* words, size_t count) {
     std::vector<CommandEntry> out;
-    const std::vector<int32_t>& words = command.getBuffer();
-    for (size_t pos = 2; pos + 3 <= words.size(); pos += 3 + words[pos + 2]) {
-        const auto first = words.begin() + static_cast<long>(pos + 3);
-        out.push_back({words[pos], codeOf(words[pos + 1]), Values(first, first + words[pos + 2])});
+    for (size_t pos = 2; pos + 3 <= count; pos += 3 + words[pos + 2]) {
+        out.push_back({words[pos], codeOf(words[pos + 1]), Values(words + pos + 3, words + pos + 3 + words[pos + 2])});
     }
     return out;
+}
+
+inline std::vector<CommandEntry> commandEntries(const SetParamCommand& command) {
+    return commandEntries(command.getBuffer().data(), command.getBuffer().size());
+}
+
+// By device, then code.
+inline void sortEntries(std::vector<CommandEntry>& entries) {
+    std::sort(entries.begin(), entries.end(), [](const CommandEntry& a, const CommandEntry& b) {
+        return std::tie(a.device, a.code) < std::tie(b.device, b.code);
+    });
 }
 
 // What the store holds for a parameter of a device; {-999} when nothing.
@@ -91,9 +101,7 @@ inline std::vector<CommandEntry> changedSince(const StoreSnapshot& before) {
             changed.push_back({key.first, codeOf(key.second), values});
         }
     }
-    std::sort(changed.begin(), changed.end(), [](const CommandEntry& a, const CommandEntry& b) {
-        return std::tie(a.device, a.code) < std::tie(b.device, b.code);
-    });
+    sortEntries(changed);
     return changed;
 }
 

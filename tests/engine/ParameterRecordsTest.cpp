@@ -294,8 +294,7 @@ TEST(ParameterRecordsTest, TheEngineReceivesExactlyTheTranslationsOfWhatChanged)
         command.setDeviceId(DEVICE_SPEAKER);
         translator.translatePending(command);
         std::vector<test::CommandEntry> entries = test::commandEntries(command);
-        std::sort(entries.begin(), entries.end(),
-                  [](const test::CommandEntry& a, const test::CommandEntry& b) { return a.code < b.code; });
+        test::sortEntries(entries);  // all on one device: by code
         return entries;
     };
     using Entries = std::vector<test::CommandEntry>;

@@ -130,16 +130,9 @@ public:
     RecordingEffect() : TevEffect(0, "test") {}
     void sendSharedStore(const void* data, uint32_t length) override {
         const auto* words = static_cast<const int32_t*>(data);
-        const size_t count = length / sizeof(int32_t);
-        std::vector<CommandEntry> entries;
-        for (size_t pos = 2; pos + 3 <= count; pos += 3 + words[pos + 2]) {
-            entries.push_back({words[pos], codeOf(words[pos + 1]),
-                               Values(words + pos + 3, words + pos + 3 + words[pos + 2])});
-        }
+        std::vector<CommandEntry> entries = commandEntries(words, length / sizeof(int32_t));
         EXPECT_EQ(static_cast<size_t>(words[1]), entries.size()) << "the count word";
-        std::sort(entries.begin(), entries.end(), [](const CommandEntry& a, const CommandEntry& b) {
-            return std::tie(a.device, a.code) < std::tie(b.device, b.code);
-        });
+        sortEntries(entries);
         commands.push_back(std::move(entries));
     }
     // By device, then code.
