@@ -147,12 +147,6 @@ TEST(ParameterRecordsTest, TheProfileSetTakesTheProfileLevelValuesOfItsRecords) 
         EXPECT_EQ(ENDPOINT_OTHER, c.endpoint) << c;
         EXPECT_FALSE(c.mono) << c;
     }
-    // A profile record the device sets would see takes nothing from there.
-    RecordingObserver deviceObserver;
-    DeviceParameters device(&deviceObserver);
-    device.setProfile(profile);
-    EXPECT_TRUE(device.getValues().empty());
-    EXPECT_TRUE(deviceObserver.changes.empty());
 }
 
 // The last record merged decides; a record that changes nothing reports
