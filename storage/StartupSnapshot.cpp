@@ -114,10 +114,14 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
         return false;
     }
     while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
-        if (sqlite3_column_type(stmt, keyIndexes.back()) == SQLITE_TEXT) {
-            // As a query of that column reads it: a blob or NULL as "".
+        const int last = keyIndexes.back();
+        if (sqlite3_column_type(stmt, last) == SQLITE_TEXT) {
+            // Whole, as SQL compares it; the first key as a query of that
+            // column reads it: a blob or NULL as "".
             const int first = keyIndexes.front();
-            table->firstKeys[cellString(stmt, keyIndexes.back())].push_back(
+            const std::string lastKey(reinterpret_cast<const char*>(sqlite3_column_text(stmt, last)),
+                                      static_cast<size_t>(sqlite3_column_bytes(stmt, last)));
+            table->firstKeys[lastKey].push_back(
                     sqlite3_column_type(stmt, first) == SQLITE_INTEGER ? std::to_string(sqlite3_column_int(stmt, first))
                     : sqlite3_column_type(stmt, first) == SQLITE_TEXT  ? cellString(stmt, first)
                                                                        : std::string());

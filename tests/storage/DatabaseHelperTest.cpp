@@ -181,6 +181,8 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
     // Profile ids that are no text read as "".
     ASSERT_TRUE(mDb.execSQL("INSERT INTO profiles (custom_name, profile_id) VALUES ('default', NULL)"));
     ASSERT_TRUE(mDb.execSQL("INSERT INTO geq_presets (custom_name, profile_id) VALUES ('default', x'31')"));
+    // A name that only starts as "default" is no default row.
+    ASSERT_TRUE(mDb.execSQL("INSERT INTO profiles (custom_name, profile_id) VALUES ('default' || char(0) || 'x', '5')"));
     const std::string bySql = lookUpAll(mDb, names, nullptr);
     ASSERT_NE(bySql.find("dev1"), std::string::npos);
     EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), bySql);
