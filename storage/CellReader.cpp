@@ -2,29 +2,12 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <string_view>
-#include <unordered_map>
 #include <utility>
 
+#include "model/Parameter.h"
 #include "storage/TableSchema.h"
 
 namespace orvan {
-namespace {
-
-// The parameter a column stores; -1 for a column that is no parameter.
-int parameterOfColumn(std::string_view column) {
-    static const std::unordered_map<std::string_view, int> kByName = [] {
-        std::unordered_map<std::string_view, int> byName;
-        for (size_t i = 0; i < kParameterCount; ++i) {
-            byName.emplace(kParameterNames[i], static_cast<int>(i));
-        }
-        return byName;
-    }();
-    auto found = kByName.find(column);
-    return found != kByName.end() ? found->second : -1;
-}
-
-}  // namespace
 
 int32_t cellInt(const RowData& cell) {
     if (cell.type == RowData::kInteger) {
@@ -85,7 +68,7 @@ bool CellReader::setParameter(const RowData& cell, ParameterValues* record) cons
     // address stands for it.
     auto known = mParameterOfName.find(cell.name.data());
     if (known == mParameterOfName.end()) {
-        known = mParameterOfName.emplace(cell.name.data(), parameterOfColumn(cell.name)).first;
+        known = mParameterOfName.emplace(cell.name.data(), parameterFromName(std::string(cell.name))).first;
     }
     if (known->second < 0) {
         return false;

@@ -21,14 +21,10 @@ namespace {
 
 using Guard = std::lock_guard<std::recursive_mutex>;
 
-void appendSqlText(std::string* out, const std::string& text) {
-    SettingsConnection::appendSqlText(out, text);
-}
-
 std::string sqlText(const std::string& text) {
     std::string out;
     out.reserve(text.size());
-    appendSqlText(&out, text);
+    SettingsConnection::appendSqlText(&out, text);
     return out;
 }
 
@@ -208,11 +204,11 @@ bool DatabaseHelper::insertRow(TableType type, int64_t rowId, const std::string&
     // when the kept statement cannot be compiled.
     const auto text = [&] {
         std::string sql = "INSERT INTO " + table + " VALUES(" + std::to_string(rowId) + ",'";
-        appendSqlText(&sql, customName);
+        SettingsConnection::appendSqlText(&sql, customName);
         sql += "',";
         for (const std::string& value : byColumn) {
             sql += '\'';
-            appendSqlText(&sql, value);
+            SettingsConnection::appendSqlText(&sql, value);
             sql += "',";
         }
         sql.back() = ')';
@@ -253,7 +249,7 @@ bool DatabaseHelper::updateInPlace(TableType type, const ParameterValues& record
     const std::vector<std::string> byColumn = mSchema.valuesByColumn(type, text);
     for (size_t i = 0; i < byColumn.size(); ++i) {
         sql += ", " + mSchema.valueColumns(type)[i] + "='";
-        appendSqlText(&sql, byColumn[i]);
+        SettingsConnection::appendSqlText(&sql, byColumn[i]);
         sql += '\'';
     }
     sql += " WHERE rowid=" + std::to_string(rowId) + " AND " + conditions;

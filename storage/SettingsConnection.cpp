@@ -67,9 +67,8 @@ std::string findPartialSchema(sqlite3* db, bool* busy) {
     }
     const int tables = ret == SQLITE_ROW ? sqlite3_column_int(count.get(), 0) : 0;
     count.reset();
-    if (begun && sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
-        sqlite3_get_autocommit(db) == 0) {
-        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (begun) {
+        SettingsConnection::endReads(db);
     }
     if (ret != SQLITE_ROW) {
         *busy = SettingsConnection::isBusyCode(ret);
@@ -153,15 +152,20 @@ void SettingsConnection::appendCells(sqlite3_stmt* stmt, const std::vector<std::
 
 sqlite3_stmt* SettingsConnection::kept(const std::string& sql) {
     Guard guard(mLock);
+    KeptStatement* entry = keptEntry(sql);
+    return entry != nullptr ? entry->statement.get() : nullptr;
+}
+
+SettingsConnection::KeptStatement* SettingsConnection::keptEntry(const std::string& sql) {
     if (!mDb) {
         return nullptr;
     }
-    Statement& kept = mKept[sql].statement;
-    if (!kept) {
+    KeptStatement& entry = mKept[sql];
+    if (!entry.statement) {
         int ret = SQLITE_OK;
-        kept = prepare(mDb.get(), sql, &ret);
+        entry.statement = prepare(mDb.get(), sql, &ret);
     }
-    return kept.get();
+    return entry.statement ? &entry : nullptr;
 }
 
 void SettingsConnection::forget(const std::string& sql) {
@@ -201,22 +205,22 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
     if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
         return readRows(rows, text());  // which says why, as ever
     }
-    sqlite3_stmt* kept = this->kept(keptSql);
-    if (kept == nullptr) {
+    KeptStatement* entry = keptEntry(keptSql);
+    if (entry == nullptr) {
         return readRows(rows, text());
     }
+    sqlite3_stmt* kept = entry->statement.get();
     for (size_t i = 0; i < values.size(); ++i) {
         sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
                           SQLITE_STATIC);
     }
-    KeptStatement& entry = mKept[keptSql];
     const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
-    if (entry.prepares != prepares) {
-        entry.names = columnNames(kept);
-        entry.prepares = prepares;
+    if (entry->prepares != prepares) {
+        entry->names = columnNames(kept);
+        entry->prepares = prepares;
     }
     const size_t before = rows.size();
-    const int ret = readBound(rows, kept, entry.names);
+    const int ret = readBound(rows, kept, entry->names);
     if (ret == SQLITE_DONE) {
         return true;
     }
@@ -461,10 +465,12 @@ void SettingsConnection::releaseReads() {
         return;
     }
     mReadsHeld = false;
-    // Only reads ran in it; ending it cannot lose anything.
-    if (sqlite3_exec(mDb.get(), "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
-        sqlite3_get_autocommit(mDb.get()) == 0) {
-        sqlite3_exec(mDb.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    endReads(mDb.get());
+}
+
+void SettingsConnection::endReads(sqlite3* db) {
+    if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK && sqlite3_get_autocommit(db) == 0) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     }
 }
 

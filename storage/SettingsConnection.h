@@ -81,6 +81,9 @@ public:
     // the file and check it for changes.
     void holdReads();
     void releaseReads();
+    // Ends a transaction in which only reads ran: ending it cannot lose
+    // anything, and a failed COMMIT that left it open is rolled back.
+    static void endReads(sqlite3* db);
 
     // A statement compiled once and kept until the connection closes, for
     // those a start or a rebuild runs again and again; null when it cannot
@@ -151,6 +154,9 @@ private:
         int prepares = -1;
     };
     std::unordered_map<std::string, KeptStatement> mKept;
+    // The kept entry of `sql`, compiled on first use; null without a
+    // connection or when it cannot be compiled. The caller holds mLock.
+    KeptStatement* keptEntry(const std::string& sql);
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;

@@ -47,10 +47,8 @@ StartupSnapshot StartupSnapshot::read(SettingsConnection& connection) {
             snapshot.mTables.emplace(type, std::move(table));
         }
     }
-    // Only reads ran in it; ending it cannot lose anything.
-    if (ownTransaction && sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK &&
-        sqlite3_get_autocommit(db) == 0) {
-        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (ownTransaction) {
+        SettingsConnection::endReads(db);
     }
     return snapshot;
 }

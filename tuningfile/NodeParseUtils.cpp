@@ -65,9 +65,7 @@ Values NodeParseUtils::parseDataRow(TagIterator& it) {
     if (!it.firstAttributeText(text, scratch)) {
         return {};
     }
-    if (mayClamp(text)) {
-        reportClamped(it, it.getNodeName(), text);
-    }
+    reportClamped(it, it.getNodeName(), text);
     bool whole = true;
     Values values = IntegerText::toList(text, &whole);
     if (!whole) {
@@ -104,9 +102,7 @@ Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
     if (!it.firstAttributeText(text, scratch)) {
         return {};
     }
-    if (mayClamp(text)) {
-        reportClamped(it, it.getNodeName(), text);
-    }
+    reportClamped(it, it.getNodeName(), text);
     Values matrix;
     size_t columns = 0;
     size_t start = 0;
