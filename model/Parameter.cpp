@@ -1,5 +1,7 @@
 #include "model/Parameter.h"
 
+#include <unordered_map>
+
 namespace orvan {
 
 const char* const kParameterNames[kParameterCount] = {
@@ -111,13 +113,17 @@ const char* endpointName(int endpoint) {
     return kEndpointNames[endpoint];
 }
 
-int parameterFromName(const std::string& name) {
-    for (size_t i = 0; i < kParameterCount; ++i) {
-        if (name == kParameterNames[i]) {
-            return static_cast<int>(i);
+int parameterFromName(std::string_view name) {
+    // Every stored cell's column is looked up by its name: hashed once.
+    static const std::unordered_map<std::string_view, int> kByName = [] {
+        std::unordered_map<std::string_view, int> byName;
+        for (size_t i = 0; i < kParameterCount; ++i) {
+            byName.emplace(kParameterNames[i], static_cast<int>(i));  // the first of a name counts
         }
-    }
-    return -1;
+        return byName;
+    }();
+    auto found = kByName.find(name);
+    return found != kByName.end() ? found->second : -1;
 }
 
 }  // namespace orvan

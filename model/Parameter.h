@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace orvan {
 
@@ -112,7 +113,7 @@ constexpr size_t kParameterCount = 95;
 extern const char* const kParameterNames[kParameterCount];
 
 // Returns the parameter whose column name is `name`, or -1 when there is none.
-int parameterFromName(const std::string& name);
+int parameterFromName(std::string_view name);
 
 enum Endpoint {
     ENDPOINT_SPEAKER = 0,

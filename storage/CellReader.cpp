@@ -68,7 +68,7 @@ bool CellReader::setParameter(const RowData& cell, ParameterValues* record) cons
     // address stands for it.
     auto known = mParameterOfName.find(cell.name.data());
     if (known == mParameterOfName.end()) {
-        known = mParameterOfName.emplace(cell.name.data(), parameterFromName(std::string(cell.name))).first;
+        known = mParameterOfName.emplace(cell.name.data(), parameterFromName(cell.name)).first;
     }
     if (known->second < 0) {
         return false;
