@@ -6,20 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/AudioOptimizerTranslator.h"
-#include "engine/AudioRegulatorTranslator.h"
-#include "engine/BassMbdrcTranslator.h"
-#include "engine/ComplexEqualizerTranslator.h"
-#include "engine/CustomDRCTranslator.h"
-#include "engine/DeAmountTranslator.h"
-#include "engine/DeEnableTranslator.h"
-#include "engine/GeqTranslator.h"
-#include "engine/IeqTranslator.h"
-#include "engine/OutputModeTranslator.h"
 #include "engine/ParameterTranslator.h"
-#include "engine/SimpleTranslator.h"
-#include "engine/VirtualBassEnableTranslator.h"
-#include "engine/VirtualBassTranslator.h"
 #include "tests/engine/EngineTestSupport.h"
 
 namespace orvan {
@@ -36,41 +23,6 @@ Codes flush(ParameterTranslator& translator) {
     }
     std::sort(codes.begin(), codes.end());
     return codes;
-}
-
-// What a translator is, told apart without the catalogue: a single-code
-// translator by the engine code it sends, any other by its class.
-std::string kindOf(const Translator* t) {
-    if (t == nullptr) {
-        return "";
-    }
-    if (const auto* simple = dynamic_cast<const SimpleTranslator*>(t)) {
-        return kTevParameterCodes[simple->getTarget()];
-    }
-#define ORVAX_KIND(Class) \
-    if (dynamic_cast<const Class*>(t) != nullptr) return #Class;
-    ORVAX_KIND(AudioOptimizerTranslator)
-    ORVAX_KIND(AudioRegulatorTranslator)
-    ORVAX_KIND(BassMbdrcTranslator)
-    ORVAX_KIND(ComplexEqualizerTranslator)
-    ORVAX_KIND(CustomDRCTranslator)
-    ORVAX_KIND(DeAmountTranslator)
-    ORVAX_KIND(DeEnableTranslator)
-    ORVAX_KIND(GeqTranslator)
-    ORVAX_KIND(IeqTranslator)
-    ORVAX_KIND(OutputModeTranslator)
-    ORVAX_KIND(VirtualBassEnableTranslator)
-    ORVAX_KIND(VirtualBassTranslator)
-#undef ORVAX_KIND
-    return "unknown translator";
-}
-
-std::string kindsOf(const std::vector<const Translator*>& translators) {
-    std::string out;
-    for (const Translator* t : translators) {
-        out += kindOf(t) + " ";
-    }
-    return out;
 }
 
 // Which engine parameter carries which setting is held against the recorded
@@ -91,22 +43,19 @@ TEST(TranslatorCollectionTest, EachSourceParameterLeadsBackToItsOneTranslator) {
         const Parameter p = static_cast<Parameter>(i);
         SCOPED_TRACE(kParameterNames[p]);
         const Translator* found = collection.getTranslator(p);
+        // Exactly one translator declares the parameter, and it is the one
+        // found; one read only as context by others has nothing to run.
         const std::vector<const Translator*>& declarers = declaring[p];
-        if (declarers.empty()) {
-            // Read only as context by other translators: nothing to run.
-            EXPECT_EQ(found, nullptr) << "found " << kindOf(found);
-            ++contextOnly;
-            continue;
-        }
-        // Exactly one translator declares the parameter, and it is the one found.
-        ASSERT_EQ(1u, declarers.size()) << "declared by " << kindsOf(declarers);
-        EXPECT_EQ(declarers.front(), found) << "found " << kindOf(found) << ", declared by " << kindOf(declarers[0]);
+        ASSERT_GE(1u, declarers.size());
+        EXPECT_EQ(declarers.empty() ? nullptr : declarers[0], found);
+        contextOnly += declarers.empty() ? 1 : 0;
         reached.insert(found);
     }
     // bass_extraction_cutoff_frequency, bass_extraction_enable, output_channels
     // and virtual_bass_mode are read as context only.
     EXPECT_EQ(4u, contextOnly);
     // Every translator is found through some parameter; none is unreachable.
+    reached.erase(nullptr);
     EXPECT_EQ(TranslatorCollection::kAllTranslators.size(), reached.size());
     // Outside the enumeration there is nothing to find.
     EXPECT_EQ(collection.getTranslator(static_cast<Parameter>(kParameterCount)), nullptr);

@@ -120,11 +120,8 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         }
         --running;
     });
-    for (int p = 0; p < kPosters; ++p) {
-        threads[p].join();
-    }
-    for (size_t t = kPosters; t < threads.size(); ++t) {
-        threads[t].join();
+    for (std::thread& t : threads) {
+        t.join();
     }
     close(devNull);
     settle();
