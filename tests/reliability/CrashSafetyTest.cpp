@@ -23,15 +23,6 @@ constexpr int kKills = 50;
 constexpr int kKillsInsideATransaction = 20;
 constexpr int kMaxRuns = 1000;
 
-// When a killed child dies: `delay` after its operation began, or, with
-// `inTransaction`, `delay` after the database's journal appeared (a write
-// transaction is open), so that kills inside transactions need not be found
-// by chance.
-struct KillPlan {
-    Micros delay;
-    bool inTransaction = false;
-};
-
 bool journalPresent() {
     std::error_code missing;
     const auto size =
@@ -49,12 +40,14 @@ void awaitJournal(int fd, Micros limit) {
     }
 }
 
-// Runs `prepare` and then `operation` in a child and kills it with SIGKILL as
-// `plan` says, or once the operation ended. Returns how long the operation
-// ran, or -1 us when the kill landed before it ended: the child marks both on
-// a pipe.
+// Runs `prepare` and then `operation` in a child and kills it with SIGKILL
+// `delay` after the operation began, or, `inTransaction`, `delay` after the
+// database's journal appeared (a write transaction is open), so that kills
+// inside transactions need not be found by chance; with no delay, once the
+// operation ended. Returns how long the operation ran, or -1 us when the kill
+// landed before it ended: the child marks both on a pipe.
 Micros killDuring(const std::function<void()>& prepare, const std::function<void()>& operation,
-                  std::optional<KillPlan> plan) {
+                  std::optional<Micros> delay, bool inTransaction = false) {
     std::cout.flush();
     fflush(nullptr);
     int fds[2];
@@ -77,11 +70,11 @@ Micros killDuring(const std::function<void()>& prepare, const std::function<void
     char mark = 0;
     EXPECT_EQ(1, read(fds[0], &mark, 1));
     const Clock::time_point began = Clock::now();
-    if (plan) {
-        if (plan->inTransaction) {
+    if (delay) {
+        if (inTransaction) {
             awaitJournal(fds[0], std::chrono::seconds(10));
         }
-        std::this_thread::sleep_for(plan->delay);
+        std::this_thread::sleep_for(*delay);
     } else {
         EXPECT_EQ(1, read(fds[0], &mark, 1));
     }
@@ -90,7 +83,7 @@ Micros killDuring(const std::function<void()>& prepare, const std::function<void
     int status = 0;
     waitpid(pid, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the child ended before the kill";
-    const bool ended = !plan || read(fds[0], &mark, 1) == 1;
+    const bool ended = !delay || read(fds[0], &mark, 1) == 1;
     close(fds[0]);
     return ended ? took : Micros(-1);
 }
@@ -155,10 +148,10 @@ protected:
         return context;
     }
 
-    // Runs `prepare` and `operation` in children killed at a random point of
-    // the operation's window until enough kills landed, enough of them inside
-    // the transaction: every other run aims at the transaction. `arm(run)` sets run `run` up after the user's settings
-    // are saved and returns the check of what the killed child left.
+    // Kills children running `prepare` and `operation` at random points of the
+    // operation's window, every other run inside the transaction, until enough
+    // kills landed. `arm(run)` sets run `run` up after the user's settings are
+    // saved and returns the check of what the killed child left.
     void killRepeatedly(const std::function<void()>& prepare, const std::function<void()>& operation,
                         const std::function<std::function<void()>(int)>& arm) {
         const Micros window = killDuring(prepare, operation, std::nullopt);
@@ -168,8 +161,7 @@ protected:
             saveSettings(run);
             const std::function<void()> check = arm(run);
             const bool aimed = run % 2 == 1;
-            const KillPlan plan{Micros(anywhere(mRandom) / (aimed ? 16 : 1)), aimed};
-            killed += killDuring(prepare, operation, plan) < Micros(0) ? 1 : 0;
+            killed += killDuring(prepare, operation, Micros(anywhere(mRandom) / (aimed ? 16 : 1)), aimed) < Micros(0);
             // A journal left behind: the kill came while a transaction was open.
             midTransaction += journalPresent() ? 1 : 0;
             check();
