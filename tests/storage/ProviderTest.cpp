@@ -118,10 +118,16 @@ TEST_F(ProviderTest, EveryRecordKindReadsBackValueForValue) {
     EXPECT_EQ(provider.loadProfileEndpoint(0, static_cast<Endpoint>(3)), nullptr);
 }
 
-TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
+// A save writes the user's row where the load saw it, without a search of the
+// table; when that place is unknown (two rows claim the record) it replaces
+// them all, so the next load reads what was saved.
+TEST_F(ProviderTest, SaveWritesOnlyCustomRowsInPlaceAndResetRestoresDefaults) {
+    const std::string kRowOfProfile0 = "SELECT rowid FROM profiles WHERE custom_name='custom' AND profile_id='0'";
+    const std::string database = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
     Provider provider;
     populate(provider);
     ASSERT_EQ(provider.init(), 0);
+    const std::string rowBefore = sqlText(database, kRowOfProfile0);
     Profile* profile = provider.loadProfile(0);
     ProfileEndpoint* endpoint = provider.loadProfileEndpoint(0, ENDPOINT_SPEAKER);
     GeqPreset* geq = provider.loadGeqPreset(0);
@@ -137,6 +143,7 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
     EXPECT_TRUE(provider.save(endpoint));
     EXPECT_TRUE(provider.save(geq));
     EXPECT_FALSE(profile->isDirty());
+    EXPECT_EQ(rowBefore, sqlText(database, kRowOfProfile0)) << "the row was written elsewhere";
 
     {
         Provider reopened;
@@ -159,33 +166,15 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsAndResetRestoresDefaults) {
             << "a reset record still stands for its custom row";
     provider.save(profile);
     EXPECT_TRUE(provider.loadProfile(0)->equals(*provider.loadDefaultProfile(0)));
-}
 
-// A save finds the user's row where the load saw it, without a search of
-// the table; when that place is unknown (two rows claim the record) it
-// replaces them all, so the next load reads what was saved.
-TEST_F(ProviderTest, SaveUpdatesTheUsersRowWhereItStandsAndMendsDuplicates) {
-    const std::string kRowOfProfile0 = "SELECT rowid FROM profiles WHERE custom_name='custom' AND profile_id='0'";
-    const std::string kCountOfProfile0 = "SELECT COUNT(*) FROM profiles WHERE custom_name='custom' AND profile_id='0'";
-    {
-        Provider provider;
-        populate(provider);
-        ASSERT_EQ(provider.init(), 0);
-        const std::string before = sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kRowOfProfile0);
-        Profile* profile = provider.loadProfile(0);
-        profile->set(reverb_suppression_amount, {55});
-        ASSERT_TRUE(provider.save(profile));
-        EXPECT_EQ(before, sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kRowOfProfile0))
-                << "the row was written elsewhere";
-        DatabaseHelper(Provider::kDatabaseFile)
-                .execSQL("INSERT INTO profiles SELECT * FROM profiles WHERE custom_name='custom' AND profile_id='0'");
-    }
-    Provider provider;
-    ASSERT_EQ(provider.init(), 0);
-    Profile* profile = provider.loadProfile(0);
-    profile->set(reverb_suppression_amount, {66});
-    ASSERT_TRUE(provider.save(profile));
-    EXPECT_EQ("1", sqlText(mRoot.under("/data/vendor/orvan/zel_sqlite3.db"), kCountOfProfile0));
+    ASSERT_TRUE(DatabaseHelper(Provider::kDatabaseFile)
+                        .execSQL("INSERT INTO profiles SELECT * FROM profiles WHERE custom_name='custom' AND profile_id='0'"));
+    Provider duplicated;
+    ASSERT_EQ(duplicated.init(), 0);
+    Profile* loaded = duplicated.loadProfile(0);
+    loaded->set(reverb_suppression_amount, {66});
+    ASSERT_TRUE(duplicated.save(loaded));
+    EXPECT_EQ("1", sqlText(database, "SELECT COUNT(*) FROM profiles WHERE custom_name='custom' AND profile_id='0'"));
     Provider reopened;
     ASSERT_EQ(reopened.init(), 0);
     EXPECT_EQ(valuesOf(reopened.loadProfile(0), reverb_suppression_amount), Values{66});
