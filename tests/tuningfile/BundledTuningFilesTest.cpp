@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/common/TempRoot.h"
+#include "tuningfile/ParseDiagnostics.h"
 #include "tuningfile/TuningFileParser.h"
 
 namespace orvan {
@@ -36,11 +37,15 @@ void expectCompleteAndDistinct(const std::set<T*>& records, const char* kind) {
     }
 }
 
-class BundledTuningFilesTest : public testing::Test {
+// The default file is read with a diagnostics sink: it must hear nothing, and
+// change nothing that loads.
+class BundledTuningFilesTest : public testing::Test, public ParseDiagnostics {
 protected:
     void SetUp() override {
+        mDefault.setDiagnostics(this);
         ASSERT_EQ(mDefault.setTuningFile(sourcePath("data/zel-default.xml")), 0);
     }
+    void report(const Report& report) override { ADD_FAILURE() << report.line << ": " << report.message; }
 
     TuningFileParser mDefault;
 };
@@ -85,7 +90,7 @@ TEST_F(BundledTuningFilesTest, AFileWithoutWhitespaceReadsLikeTheIndentedOne) {
         if (indented[i] == '>' && next != std::string::npos && indented[next] == '<') i = next - 1;
     }
     ASSERT_LT(std::count(flat.begin(), flat.end(), '\n'), 5);
-    TuningFileParser parser;
+    TuningFileParser parser;  // without a sink
     ASSERT_EQ(parser.setTuningFile(test::writeFile(root, "flat.xml", flat)), 0);
     EXPECT_EQ(describe(*parser.getDeviceData()), describe(*mDefault.getDeviceData()));
 }

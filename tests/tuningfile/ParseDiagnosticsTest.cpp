@@ -123,24 +123,5 @@ TEST(ParseDiagnosticsTest, EachSkipOrRejectIsReportedAtItsLine) {
     }
 }
 
-// A sink only hears: what loads is the same with and without one.
-TEST(ParseDiagnosticsTest, ASinkChangesNothingThatLoads) {
-    const std::string path = test::sourcePath("data/zel-default.xml");
-    TuningFileParser plain(path);
-    Collector collector;
-    TuningFileParser heard;
-    heard.setDiagnostics(&collector);
-    ASSERT_EQ(0, heard.setTuningFile(path));
-    ASSERT_TRUE(plain.isParsed());
-    EXPECT_TRUE(collector.reports.empty());
-    DeviceData& a = *plain.getDeviceData();
-    DeviceData& b = *heard.getDeviceData();
-    EXPECT_EQ(a.getFormatVersion(), b.getFormatVersion());
-    EXPECT_EQ(a.getProfiles().size(), b.getProfiles().size());
-    EXPECT_EQ(a.getProfileEndpoints().size(), b.getProfileEndpoints().size());
-    EXPECT_EQ(a.getTunings().size(), b.getTunings().size());
-    EXPECT_EQ(a.getDeviceTunings().size(), b.getDeviceTunings().size());
-}
-
 }  // namespace
 }  // namespace orvan
