@@ -125,10 +125,6 @@ struct OemCase {
     std::vector<std::pair<Port, std::string>> refused;
 };
 
-void PrintTo(const OemCase& c, std::ostream* os) {
-    *os << c.name;
-}
-
 class OemMergeTest : public AxContextManagerTest, public ::testing::WithParamInterface<OemCase> {};
 
 TEST_P(OemMergeTest, AddsOnlyWhatTheDefaultFileDoesNotHave) {
