@@ -95,14 +95,5 @@ TEST_F(OrvaxctlParamsTest, AWriteThroughOnePortLeavesTheOtherEndpoints) {
     }
 }
 
-TEST_F(OrvaxctlParamsTest, AnUnknownNameIsAUsageError) {
-    for (const char* name : {"ieq_amout", "IEQ_AMOUNT", ""}) {
-        const ToolRun get = run({"get", name});
-        EXPECT_EQ(2, get.status) << name;
-        EXPECT_NE(std::string::npos, get.err.find("orvaxctl params")) << get.err;
-        EXPECT_EQ(2, run({"set", name, "1"}).status) << name;
-    }
-}
-
 }  // namespace
 }  // namespace orvan
