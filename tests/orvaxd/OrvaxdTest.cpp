@@ -27,13 +27,6 @@ protected:
         ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
     }
 
-    // Stops the daemon with SIGKILL and starts another on the same root.
-    void restartAfterKill() {
-        mDaemon->process().kill(SIGKILL, 5000ms);
-        mDaemon = std::make_unique<Daemon>(mBus, mRoot);
-        ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
-    }
-
     int32_t storedAmount() {
         OrvaxBusClient client;
         connectTo(mBus, &client);
@@ -185,10 +178,7 @@ TEST_F(OrvaxdTest, HostileCallsGetErrorRepliesAndTheDaemonLivesOn) {
         {"dbus-send", "GetSelectedTuningDevice", {"int32:-1"}, "port -1 is not 0 to 6"},
         {"gdbus", "SetSelectedTuningDevice", {"0", "no_such_device"}, "has no tuning device 'no_such_device'"},
         {"gdbus", "Unregister", {}, "org.orvan.Orvax1.Error.NotRegistered"},
-        {"dbus-send", "GetIntParam", {"int32:5"}, "expecting 's'"},
-        {"dbus-send", "SetParam", {"string:blob"}, "expecting 'ay'"},
         {"dbus-send", "GetParam", {"array:byte:0,0,0,3"}, "expecting 'ayu'"},
-        {"dbus-send", "Register", {"string:me"}, "expecting 'i'"},
         {"dbus-send", "Forget", {}, "UnknownMethod"},
     };
     for (const HostileCall& call : calls) {
@@ -208,20 +198,7 @@ TEST_F(OrvaxdTest, HostileCallsGetErrorRepliesAndTheDaemonLivesOn) {
     EXPECT_EQ(storedAmount(), storedAmount());
 }
 
-TEST_F(OrvaxdTest, SigtermSavesTheSettingsAndExitsZero) {
-    const int32_t before = storedAmount();
-    const int32_t changed = before == 9 ? 10 : 9;
-    ASSERT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(amountBlob(0, changed))}).status, 0);
-    // Answered once queued; a query after it sees the change.
-    EXPECT_EQ(storedAmount(), changed);
-
-    EXPECT_EQ(mDaemon->process().kill(SIGTERM, 10000ms), 0) << mDaemon->log();
-    mDaemon = std::make_unique<Daemon>(mBus, mRoot);
-    ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
-    EXPECT_EQ(storedAmount(), changed);
-}
-
-TEST_F(OrvaxdTest, ABurstOfChangesIsSavedOnceWithinTheDelay) {
+TEST_F(OrvaxdTest, ABurstIsSavedOnceWithinTheDelayAndSigtermSavesAndExitsZero) {
     OrvaxBusClient client;
     connectTo(mBus, &client);
     std::string error;
@@ -231,12 +208,21 @@ TEST_F(OrvaxdTest, ABurstOfChangesIsSavedOnceWithinTheDelay) {
     }
     // Long enough for a second save, which a burst must not cause.
     std::this_thread::sleep_for(std::chrono::milliseconds(2 * bus::kSaveDelayMs + 800));
-    const std::string log = mDaemon->log();
-    EXPECT_EQ(occurrences(log, "saved the settings"), 1u) << log;
+    EXPECT_EQ(occurrences(mDaemon->log(), "saved the settings"), 1u) << mDaemon->log();
 
     // Killed without a chance to save: the timed save kept the last value.
-    restartAfterKill();
+    mDaemon->process().kill(SIGKILL, 5000ms);
+    mDaemon = std::make_unique<Daemon>(mBus, mRoot);
+    ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
     EXPECT_EQ(storedAmount(), kBurst % 17);
+
+    ASSERT_EQ(gdbusCall(mRoot, mBus, "SetParam", {gvariantBytes(amountBlob(0, 9))}).status, 0);
+    // Answered once queued; a query after it sees the change.
+    EXPECT_EQ(storedAmount(), 9);
+    EXPECT_EQ(mDaemon->process().kill(SIGTERM, 10000ms), 0) << mDaemon->log();
+    mDaemon = std::make_unique<Daemon>(mBus, mRoot);
+    ASSERT_TRUE(mDaemon->start()) << mDaemon->log();
+    EXPECT_EQ(storedAmount(), 9);
 }
 
 // orvaxctl finds the daemon through the session bus of its environment.
@@ -250,11 +236,17 @@ TEST_F(OrvaxdTest, OrvaxctlGoesThroughTheDaemonOfItsRootOnly) {
     BusEnvironment environment(mBus.address());
     EXPECT_EQ(orvaxctl(mRoot.path(), {"daemon"}).status, 0);
     TempRoot other;
+    ASSERT_EQ(orvaxctl(other.path(), {"install"}).status, 0);
     EXPECT_EQ(orvaxctl(other.path(), {"daemon"}).status, 1);
 
-    // In this process the service would wait for the daemon's settings; through it, it answers.
-    const ToolRun devices = orvaxctl(mRoot.path(), {"devices", "0"});
-    EXPECT_EQ(devices.status, 0) << devices.err;
+    // In this process the service would wait for the daemon's settings; through
+    // it, it answers, and prints what the other root's service prints in process.
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+                 {"status", "--json"}, {"devices", "usb", "--json"}, {"status"}, {"devices", "0"}}) {
+        const ToolRun ran = orvaxctl(mRoot.path(), args);
+        EXPECT_EQ(ran.status, 0) << ran.err;
+        EXPECT_EQ(ran.out, orvaxctl(other.path(), args).out) << args[0];
+    }
     const ToolRun selected = orvaxctl(mRoot.path(), {"device", "0", "mono_speaker"});
     EXPECT_EQ(selected.status, 0) << selected.err;
     OrvaxBusClient client;
@@ -264,7 +256,6 @@ TEST_F(OrvaxdTest, OrvaxctlGoesThroughTheDaemonOfItsRootOnly) {
     ASSERT_TRUE(client.getSelectedTuningDevice(0, &device, &error)) << error;
     EXPECT_EQ(device, "mono_speaker");
     EXPECT_EQ(orvaxctl(mRoot.path(), {"int", "DTFV"}).out, "1000000\n");
-    EXPECT_NE(orvaxctl(mRoot.path(), {"status"}).out.find("Profile ID : 0"), std::string::npos);
 
     // A command that needs the service in its own process says so at once.
     const ToolRun get = orvaxctl(mRoot.path(), {"get", "108"});
