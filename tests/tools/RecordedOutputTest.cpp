@@ -19,12 +19,6 @@ using test::ToolRun;
 // for a change that is meant to alter what the service shows.
 const char* const kRecording = "tests/data/bundled-output.txt";
 
-// What the service shows on a root built from the bundled files: the engine
-// parameters after the first start, the profiles and devices, every client
-// parameter of every profile, and the engine parameters again after a profile
-// change and a few client writes, and the settings database they leave. The
-// engine receives these values, so any slip in how the tuning file is read,
-// stored or translated shows here.
 // Every row of the settings database, by table and rowid, each value under
 // its column's name: the columns are what a database written by an earlier
 // build is read back by.
@@ -80,6 +74,12 @@ std::string showDatabase(const std::string& path) {
     return shown;
 }
 
+// What the service shows on a root built from the bundled files: the engine
+// parameters after the first start, the profiles and devices, every client
+// parameter of every profile, and the engine parameters again after a profile
+// change and a few client writes, and the settings database they leave. The
+// engine receives these values, so any slip in how the tuning file is read,
+// stored or translated shows here.
 std::string showAll(const TempRoot& root) {
     std::string shown;
     const auto show = [&](const std::vector<std::string>& args) {
@@ -128,20 +128,11 @@ TEST(RecordedOutputTest, TheBundledFilesShowWhatWasRecorded) {
     const std::string recorded = test::readFile(path);
     ASSERT_FALSE(recorded.empty()) << path << " is missing; run with ORVAX_RECORD=1 to record it";
     // Line by line, so that a failure names the first line that differs.
-    size_t line = 1;
-    size_t at = 0;
-    while (at < shown.size() || at < recorded.size()) {
-        const size_t shownEnd = shown.find('\n', at);
-        const size_t recordedEnd = recorded.find('\n', at);
-        const std::string now = shown.substr(at, shownEnd - at);
-        const std::string then = recorded.substr(at, recordedEnd - at);
-        ASSERT_EQ(then, now) << "line " << line << " of " << kRecording;
-        if (shownEnd == std::string::npos || recordedEnd == std::string::npos) {
-            ASSERT_EQ(shownEnd, recordedEnd) << "line " << line << " of " << kRecording;
-            break;
-        }
-        at = shownEnd + 1;
-        ++line;
+    const std::vector<std::string> now = test::lines(shown);
+    const std::vector<std::string> then = test::lines(recorded);
+    for (size_t i = 0; i < std::max(now.size(), then.size()); ++i) {
+        ASSERT_EQ(i < then.size() ? then[i] : "(end)", i < now.size() ? now[i] : "(end)")
+                << "line " << i + 1 << " of " << kRecording;
     }
 }
 
