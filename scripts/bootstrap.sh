@@ -9,7 +9,7 @@ packages=(
   build-essential cmake ninja-build pkg-config clang
   libxml2-dev libxml2-utils libsqlite3-dev sqlite3 libssl-dev
   android-libutils-dev android-liblog-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   valgrind
   libsystemd-dev dbus-daemon dbus-bin libglib2.0-bin
   libcairo2-dev

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,93 +15,16 @@ namespace {
 
 using test::ToolRun;
 
-// A JSON value read back by a strict reader of our own (the tests need no
-// JSON library): strings decoded, numbers and literals kept as text.
-struct Json {
-    enum Kind { kInvalid, kLiteral, kString, kArray, kObject } kind = kInvalid;
-    std::string text;
-    std::vector<Json> items;
-    std::vector<std::pair<std::string, Json>> members;
+using Json = nlohmann::json;
 
-    const Json& operator[](const std::string& key) const {
-        static const Json kMissing;
-        for (const auto& [name, value] : members) {
-            if (name == key) {
-                return value;
-            }
-        }
-        return kMissing;
-    }
-};
-
-// One value from `at` on; kInvalid for anything JSON does not allow.
-Json readJson(const std::string& s, size_t& at) {
-    const auto take = [&](char c) {
-        at = std::min(s.size(), s.find_first_not_of(" \t\r\n", at));
-        return at < s.size() && s[at] == c ? (++at, true) : false;
-    };
-    Json out;
-    if (take('"')) {
-        for (; at < s.size() && s[at] != '"'; ++at) {
-            const unsigned char c = static_cast<unsigned char>(s[at]);
-            if (c < 0x20) {
-                return Json();  // control characters must come escaped
-            }
-            if (c != '\\') {
-                out.text += s[at];
-                continue;
-            }
-            const size_t escape = ++at < s.size() ? std::string("\"\\/bfnrtu").find(s[at]) : std::string::npos;
-            if (escape == std::string::npos) {
-                return Json();
-            }
-            if (escape == 8) {
-                out.text += static_cast<char>(std::strtol(s.substr(at + 1, 4).c_str(), nullptr, 16));
-                at += 4;
-            } else {
-                out.text += "\"\\/\b\f\n\r\t"[escape];
-            }
-        }
-        out.kind = take('"') ? Json::kString : Json::kInvalid;
-    } else if (take('[') || take('{')) {
-        const bool object = s[at - 1] == '{';
-        out.kind = object ? Json::kObject : Json::kArray;
-        if (take(object ? '}' : ']')) {
-            return out;
-        }
-        do {
-            Json key;
-            if (object && ((key = readJson(s, at)).kind != Json::kString || !take(':'))) {
-                return Json();
-            }
-            Json item = readJson(s, at);
-            if (item.kind == Json::kInvalid) {
-                return Json();
-            }
-            if (object) {
-                out.members.emplace_back(key.text, item);
-            } else {
-                out.items.push_back(item);
-            }
-        } while (take(','));
-        return take(object ? '}' : ']') ? out : Json();
-    } else {
-        const size_t end = std::min(s.size(), s.find_first_of(",]}: \t\r\n", at));
-        out.text = s.substr(at, end - at);
-        at = end;
-        char* rest = nullptr;
-        std::strtod(out.text.c_str(), &rest);
-        const bool literal = out.text == "null" || out.text == "true" || out.text == "false";
-        out.kind = literal || (!out.text.empty() && *rest == '\0') ? Json::kLiteral : Json::kInvalid;
-    }
-    return out;
+// Exactly one value, read by a strict parser (invalid UTF-8 included); discarded when it is no JSON.
+Json readJson(const std::string& text) {
+    return Json::parse(text, nullptr, false);
 }
 
-// Exactly one value, blanks around it.
-Json readJson(const std::string& text) {
-    size_t at = 0;
-    const Json value = readJson(text, at);
-    return text.find_first_not_of(" \t\r\n", at) == std::string::npos ? value : Json();
+// A value as the tool's text form shows it: a string's contents, anything else as JSON.
+std::string text(const Json& value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
 // Each case: the text, and what jsonString makes of it (null: the text in quotes).
@@ -122,9 +45,9 @@ TEST(JsonStringTest, EscapesWhatJsonForbidsAndReplacesBytesThatAreNoUtf8) {
         const std::string json = tool::jsonString(text);
         EXPECT_EQ(expected != nullptr ? std::string(expected) : "\"" + text + "\"", json) << text;
         const Json back = readJson(json);
-        ASSERT_EQ(Json::kString, back.kind) << json;
+        ASSERT_TRUE(back.is_string()) << json;
         if (json.find("\xef\xbf\xbd") == std::string::npos) {
-            EXPECT_EQ(text, back.text) << json;
+            EXPECT_EQ(text, back.get<std::string>()) << json;
         }
     }
 }
@@ -135,7 +58,7 @@ protected:
     Json json(const std::vector<std::string>& args) {
         const std::string out = ok(args);
         const Json value = readJson(out);
-        EXPECT_NE(Json::kInvalid, value.kind) << args[0] << ": not JSON:\n" << out;
+        EXPECT_FALSE(value.is_discarded()) << args[0] << ": not JSON:\n" << out;
         return value;
     }
 
@@ -158,26 +81,26 @@ TEST_F(OrvaxctlJsonTest, EveryCommandThatPrintsDataPrintsValidJsonWithItsKeys) {
     const std::string bundled = test::sourcePath("data/zel-default.xml");
     struct Case {
         std::vector<std::string> args;
-        Json::Kind kind;
+        Json::value_t kind;
         std::vector<const char*> keys;  // of the object, or of the first item of the array
     };
     const Case cases[] = {
-        {{"status", "--json"}, Json::kObject, {"enabled", "profile", "ieq_preset", "dialog_enhancer", "mono_speaker"}},
-        {{"profiles", "--json"}, Json::kArray, {"id", "name", "mobility", "modified", "selected"}},
-        {{"devices", "--json", "usb"}, Json::kArray, {"name", "selected"}},
-        {{"get", "--json", "107", "--port", "hdmi"}, Json::kObject, {"id", "name", "profile", "port", "values"}},
-        {{"changes", "1", "--json"}, Json::kArray, {"profile", "record", "endpoint", "parameter", "factory", "saved"}},
-        {{"check", "--json", bundled}, Json::kObject, {"problems", "files", "errors", "warnings"}},
-        {{"int", "--json", "--list"}, Json::kArray, {"code", "returns", "settable"}},
-        {{"params", "--json"}, Json::kArray, {"id", "name", "minimum", "maximum", "values", "per_endpoint"}},
-        {{"engine", "--json", "--device", "all"}, Json::kArray, {"device", "key", "code", "values"}},
+        {{"status", "--json"}, Json::value_t::object, {"enabled", "profile", "ieq_preset", "dialog_enhancer", "mono_speaker"}},
+        {{"profiles", "--json"}, Json::value_t::array, {"id", "name", "mobility", "modified", "selected"}},
+        {{"devices", "--json", "usb"}, Json::value_t::array, {"name", "selected"}},
+        {{"get", "--json", "107", "--port", "hdmi"}, Json::value_t::object, {"id", "name", "profile", "port", "values"}},
+        {{"changes", "1", "--json"}, Json::value_t::array, {"profile", "record", "endpoint", "parameter", "factory", "saved"}},
+        {{"check", "--json", bundled}, Json::value_t::object, {"problems", "files", "errors", "warnings"}},
+        {{"int", "--json", "--list"}, Json::value_t::array, {"code", "returns", "settable"}},
+        {{"params", "--json"}, Json::value_t::array, {"id", "name", "minimum", "maximum", "values", "per_endpoint"}},
+        {{"engine", "--json", "--device", "all"}, Json::value_t::array, {"device", "key", "code", "values"}},
     };
     for (const Case& c : cases) {
         const Json value = json(c.args);
-        ASSERT_EQ(c.kind, value.kind) << c.args[0];
-        const Json& first = c.kind == Json::kArray && !value.items.empty() ? value.items[0] : value;
+        ASSERT_EQ(c.kind, value.type()) << c.args[0];
+        const Json& first = value.is_array() && !value.empty() ? value[0] : value;
         for (const char* key : c.keys) {
-            EXPECT_NE(Json::kInvalid, first[key].kind) << c.args[0] << " lacks " << key;
+            EXPECT_TRUE(first.contains(key)) << c.args[0] << " lacks " << key;
         }
     }
 }
@@ -188,8 +111,8 @@ TEST_F(OrvaxctlJsonTest, DevicesReadBackEscapedNamesAndAPortWithoutDevicesIsAnEm
     editDefault({{"id=\"usb_dock_speaker\"", "id=\"usb_&quot;dock\\\""},
                  {"<device_id id=\"default_miracast\" endpoint_port=\"miracast\"/>", ""}});
     const Json devices = json({"devices", "usb", "--json"});
-    ASSERT_EQ(3u, devices.items.size());
-    EXPECT_EQ("usb_\"dock\\", devices.items[2]["name"].text);
+    ASSERT_EQ(3u, devices.size());
+    EXPECT_EQ("usb_\"dock\\", devices[2].at("name"));
     for (const bool json : {false, true}) {
         const ToolRun ran = run(json ? std::vector<std::string>{"devices", "miracast", "--json"}
                                      : std::vector<std::string>{"devices", "miracast"});
@@ -211,13 +134,13 @@ TEST_F(OrvaxctlJsonTest, CheckReportsEachProblemAsTheTextDoesAndKeepsItsExitStat
         EXPECT_EQ(status, ran.status) << file;
         EXPECT_EQ(status, plain.status) << file;
         const Json report = readJson(ran.out);
-        ASSERT_EQ(1u, report["problems"].items.size()) << ran.out;
-        const Json& problem = report["problems"].items[0];
-        EXPECT_EQ(file, problem["file"].text);
-        EXPECT_EQ("1", report["errors"].text);
-        const std::string line = problem["line"].text != "null" ? ":" + problem["line"].text : "";
-        EXPECT_EQ(file + line + ": " + problem["severity"].text + ": " + problem["message"].text + " [" +
-                          problem["rule"].text + "]\n",
+        ASSERT_EQ(1u, report.at("problems").size()) << ran.out;
+        const Json& problem = report.at("problems").at(0);
+        EXPECT_EQ(file, problem.at("file"));
+        EXPECT_EQ(1, report.at("errors"));
+        const std::string line = problem.at("line").is_null() ? "" : ":" + text(problem.at("line"));
+        EXPECT_EQ(file + line + ": " + text(problem.at("severity")) + ": " + text(problem.at("message")) + " [" +
+                          text(problem.at("rule")) + "]\n",
                   plain.err);
     }
 }
@@ -226,14 +149,15 @@ TEST_F(OrvaxctlJsonTest, CheckReportsEachProblemAsTheTextDoesAndKeepsItsExitStat
 // code it does not know, the service says so.
 TEST_F(OrvaxctlJsonTest, EveryListedIntegerCodeIsAnsweredByTheService) {
     const Json list = json({"int", "--list", "--json"});
-    ASSERT_FALSE(list.items.empty());
-    for (const Json& item : list.items) {
-        if (item["settable"].text == "true") {
-            EXPECT_EQ(0, run({"int", item["code"].text + "=0"}).status) << item["code"].text;
+    ASSERT_FALSE(list.empty());
+    for (const Json& item : list) {
+        const std::string code = text(item.at("code"));
+        if (item.at("settable") == true) {
+            EXPECT_EQ(0, run({"int", code + "=0"}).status) << code;
             continue;
         }
-        const ToolRun ran = run({"int", item["code"].text});
-        EXPECT_EQ(std::string::npos, ran.err.find("unknown code")) << item["code"].text << ": " << ran.err;
+        const ToolRun ran = run({"int", code});
+        EXPECT_EQ(std::string::npos, ran.err.find("unknown code")) << code << ": " << ran.err;
     }
     EXPECT_NE(std::string::npos, run({"int", "XXXX"}).err.find("unknown code"));
 }
