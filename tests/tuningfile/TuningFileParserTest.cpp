@@ -286,26 +286,5 @@ TEST_F(TagIteratorTest, EndOfChainEmptyStackAndClearedDocumentAreHarmless) {
     EXPECT_EQ(mIterator.getNodeName(), "b");
 }
 
-TEST_F(TagIteratorTest, StepIntoChildrenSkipsTheFirstChildNode) {
-    // In an indented file the skipped node is the whitespace before the first
-    // element; in a file written on one line it is the first element itself.
-    const struct {
-        const char* xml;
-        const char* landsOn;
-    } cases[] = {
-        {"<r><a>\n  <x/>\n  <y/>\n</a></r>", "x"},
-        {"<r><a><x/><y/></a></r>", "y"},
-        {"<r><a><x/></a></r>", ""},
-    };
-    for (const auto& c : cases) {
-        ASSERT_EQ(load(c.xml), 0) << c.xml;
-        mIterator.childrenNext();
-        while (mIterator.isCurValid() && !mIterator.isElementNode()) {
-            mIterator.next();
-        }
-        EXPECT_EQ(mIterator.getNodeName(), c.landsOn) << c.xml;
-    }
-}
-
 }  // namespace
 }  // namespace orvan
