@@ -4,8 +4,6 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
-#include <cmath>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -62,8 +60,9 @@ TEST(CurvePlotTest, RefusesACurveWithoutAGainForEveryFrequency) {
 }
 
 // Frequencies run logarithmically, gains upwards, and the drawn curve is where
-// the axes say: at 1 kHz and +6 dB, not at -6 dB.
-TEST(CurvePlotTest, APngShowsEachCurveAtItsGainOnLogarithmicFrequencies) {
+// the axes say: at 1 kHz and +6 dB, not at -6 dB. The extension, in any case,
+// names the format.
+TEST(CurvePlotTest, WritesEachCurveAtItsGainOnLogarithmicFrequenciesInTheFormatOfItsExtension) {
     TempRoot root;
     CurvePlot plot("pixels");
     ASSERT_TRUE(plot.addCurve(flat(6.0, 0xff0000)));
@@ -87,13 +86,7 @@ TEST(CurvePlotTest, APngShowsEachCurveAtItsGainOnLogarithmicFrequencies) {
     EXPECT_EQ(0x0000ffu, pixel(png.get(), x, plot.yOf(-9.0)));
     EXPECT_NE(0xff0000u, pixel(png.get(), x, plot.yOf(-6.0)));
     EXPECT_NE(0x0000ffu, pixel(png.get(), x, plot.yOf(9.0)));
-}
 
-TEST(CurvePlotTest, WritesSvgByItsExtensionAndRefusesOtherNamesAndUnwritablePlaces) {
-    TempRoot root;
-    CurvePlot plot("formats");
-    ASSERT_TRUE(plot.addCurve(flat(3.0, 0x00ff00)));
-    std::string error;
     const std::string svg = root.path() + "/curve.svg";
     ASSERT_TRUE(plot.write(svg, &error)) << error;
     xmlDoc* document = xmlReadFile(svg.c_str(), nullptr, XML_PARSE_NONET);
@@ -103,11 +96,6 @@ TEST(CurvePlotTest, WritesSvgByItsExtensionAndRefusesOtherNamesAndUnwritablePlac
 
     EXPECT_FALSE(plot.write(root.path() + "/curve.txt", &error));
     EXPECT_NE(std::string::npos, error.find("curve.txt")) << error;
-    for (const char* name : {"/missing/curve.png", "/missing/curve.svg"}) {
-        error.clear();
-        EXPECT_FALSE(plot.write(root.path() + name, &error)) << name;
-        EXPECT_NE(std::string::npos, error.find(root.path() + name)) << error;
-    }
 }
 
 class OrvaxctlPlotTest : public test::InstalledRootTest {
@@ -159,9 +147,12 @@ TEST_F(OrvaxctlPlotTest, DrawsTheSettingsOfThePortItNames) {
 }
 
 TEST_F(OrvaxctlPlotTest, APictureThatCannotBeWrittenOrDrawnExitsOne) {
-    const ToolRun unwritable = run({"plot", "-o", mRoot.path() + "/no/such/dir/out.png"});
-    EXPECT_EQ(1, unwritable.status);
-    EXPECT_NE(std::string::npos, unwritable.err.find("/no/such/dir/out.png")) << unwritable.err;
+    // PNG and SVG fail at different steps of the write.
+    for (const std::string& path : {mRoot.path() + "/no/dir/out.png", mRoot.path() + "/no/dir/out.svg"}) {
+        const ToolRun unwritable = run({"plot", "-o", path});
+        EXPECT_EQ(1, unwritable.status) << path;
+        EXPECT_NE(std::string::npos, unwritable.err.find(path)) << unwritable.err;
+    }
     // Profile 2 selects the warm preset, which no output plays while profile 0 is selected.
     const ToolRun notPlayed = run({"plot", "--profile", "2", "--port", "headphone", "-o",
                                                mRoot.path() + "/warm.png"});

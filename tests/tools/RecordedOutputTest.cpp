@@ -24,19 +24,13 @@ const char* const kRecording = "tests/data/bundled-output.txt";
 // build is read back by.
 std::string showDatabase(const std::string& path) {
     std::string shown = "== settings database\n";
+    // A database that cannot be opened shows no rows, and the comparison names the first one missing.
     sqlite3* db = nullptr;
-    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
-        sqlite3_close_v2(db);
-        return shown + "cannot open " + path + "\n";
-    }
-    std::vector<std::string> tables;
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' ORDER BY name", -1, &statement, nullptr);
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        tables.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
-    }
-    sqlite3_finalize(statement);
-    for (const std::string& table : tables) {
+    sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt* tables = nullptr;
+    sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' ORDER BY name", -1, &tables, nullptr);
+    while (sqlite3_step(tables) == SQLITE_ROW) {
+        const std::string table = reinterpret_cast<const char*>(sqlite3_column_text(tables, 0));
         // The records are inserted in the order of the parsed records'
         // addresses, which differ between builds and even between runs; their
         // ids follow that order and name nothing. So records are compared by
@@ -44,6 +38,7 @@ std::string showDatabase(const std::string& path) {
         const bool byContent = table != "configuration";
         std::vector<std::string> rows;
         const std::string sql = "SELECT * FROM " + table + " ORDER BY rowid";
+        sqlite3_stmt* statement = nullptr;
         sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW) {
             std::string row = table + ":";
@@ -70,6 +65,7 @@ std::string showDatabase(const std::string& path) {
         }
         sqlite3_finalize(statement);
     }
+    sqlite3_finalize(tables);
     sqlite3_close_v2(db);
     return shown;
 }
