@@ -22,6 +22,19 @@
 
 namespace orvan::test {
 
+// Polls `done` every 10 ms for up to `patience`.
+template <typename Condition>
+bool eventually(Condition done, std::chrono::milliseconds patience = std::chrono::milliseconds(5000)) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
 // A process the test started; killed and reaped when the object goes, also
 // when the test fails half-way.
 class ChildProcess {
@@ -55,32 +68,22 @@ public:
         return mPid > 0;
     }
 
-    pid_t pid() const { return mPid; }
     bool running() {
-        if (mPid <= 0) {
-            return false;
-        }
         int status = 0;
-        if (waitpid(mPid, &status, WNOHANG) == mPid) {
+        if (mPid > 0 && waitpid(mPid, &status, WNOHANG) == mPid) {
             mPid = -1;
             mStatus = status;
-            return false;
         }
-        return true;
+        return mPid > 0;
     }
 
     // Sends `signal` and reaps the process, with SIGKILL after `patience`.
     // The exit status, or -1 when a signal ended it.
     int kill(int signal, std::chrono::milliseconds patience) {
-        if (!running()) {
-            return exitStatus();
-        }
-        ::kill(mPid, signal);
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (running() && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
         if (running()) {
+            ::kill(mPid, signal);
+        }
+        if (!eventually([this] { return !running(); }, patience)) {
             ::kill(mPid, SIGKILL);
             waitpid(mPid, &mStatus, 0);
             mPid = -1;
@@ -95,25 +98,15 @@ private:
     int mStatus = 0;
 };
 
-// Polls `done` every 10 ms for up to `patience`.
-template <typename Condition>
-bool eventually(Condition done, std::chrono::milliseconds patience = std::chrono::milliseconds(5000)) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
-
-// A bus of the test's own: a dbus-daemon with the session configuration.
+// A bus of the test's own: a dbus-daemon with the session configuration, or
+// with the configuration file `config`.
 class PrivateBus {
 public:
-    explicit PrivateBus(const std::string& directory) : mAddressFile(directory + "/bus.address") {
-        mDaemon.start({"dbus-daemon", "--session", "--nofork", "--print-address"}, {}, mAddressFile,
-                      directory + "/bus.log");
+    explicit PrivateBus(const std::string& directory, const std::string& config = "")
+        : mAddressFile(directory + "/bus.address") {
+        mDaemon.start({"dbus-daemon", config.empty() ? "--session" : "--config-file=" + config, "--nofork",
+                       "--print-address"},
+                      {}, mAddressFile, directory + "/bus.log");
         eventually([this] {
             const std::string text = readFile(mAddressFile);
             if (text.find('\n') == std::string::npos) {
@@ -137,21 +130,25 @@ inline void connectTo(const PrivateBus& bus, tool::OrvaxBusClient* client) {
     ASSERT_TRUE(client->connect(tool::OrvaxBusClient::Bus::kSession, bus.address(), &error)) << error;
 }
 
-// orvaxd serving `root` on `bus`, its log in the root.
+// orvaxd serving `root` on `bus` as the session or the system bus, its log in the root.
 class Daemon {
 public:
-    Daemon(const PrivateBus& bus, const TempRoot& root) : mBus(bus), mRoot(root) {}
+    using Kind = tool::OrvaxBusClient::Bus;
+    Daemon(const PrivateBus& bus, const TempRoot& root, Kind kind = Kind::kSession)
+        : mBus(bus), mRoot(root), mKind(kind) {}
 
     // Starts it and waits until it owns the name.
     bool start() {
         const std::string log = logPath();
-        if (!mProcess.start({ORVAXD_PATH, "--root", mRoot.path(), "--session"},
-                            {"DBUS_SESSION_BUS_ADDRESS=" + mBus.address()}, log, log)) {
+        const bool system = mKind == Kind::kSystem;
+        if (!mProcess.start({ORVAXD_PATH, "--root", mRoot.path(), system ? "--system" : "--session"},
+                            {(system ? "DBUS_SYSTEM_BUS_ADDRESS=" : "DBUS_SESSION_BUS_ADDRESS=") + mBus.address()},
+                            log, log)) {
             return false;
         }
         tool::OrvaxBusClient client;
         std::string error;
-        if (!client.connect(tool::OrvaxBusClient::Bus::kSession, mBus.address(), &error)) {
+        if (!client.connect(mKind, mBus.address(), &error)) {
             return false;
         }
         return eventually(
@@ -169,15 +166,17 @@ public:
 private:
     const PrivateBus& mBus;
     const TempRoot& mRoot;
+    const Kind mKind;
     ChildProcess mProcess;
 };
 
-// `gdbus call` of a method of the daemon's interface.
+// `gdbus call` of a method of the daemon's interface, run through `runAs`
+// (such as setpriv) when given.
 inline ToolRun gdbusCall(const TempRoot& root, const PrivateBus& bus, const std::string& member,
-                         const std::vector<std::string>& args) {
-    std::vector<std::string> argv = {"gdbus", "call", "--address", bus.address(), "--dest", bus::kBusName,
-                                     "--object-path", bus::kObjectPath, "--method",
-                                     std::string(bus::kInterface) + "." + member};
+                         const std::vector<std::string>& args, std::vector<std::string> runAs = {}) {
+    std::vector<std::string> argv = std::move(runAs);
+    argv.insert(argv.end(), {"gdbus", "call", "--address", bus.address(), "--dest", bus::kBusName, "--object-path",
+                             bus::kObjectPath, "--method", std::string(bus::kInterface) + "." + member});
     argv.insert(argv.end(), args.begin(), args.end());
     return runCommand(root.path(), argv);
 }

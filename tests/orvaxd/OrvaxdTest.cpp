@@ -3,7 +3,6 @@
 
 #include <map>
 #include <regex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -65,13 +64,14 @@ TEST_F(OrvaxdTest, EveryRegisteredClientHearsEachChangeOfFourSendersOnce) {
     ASSERT_TRUE(first.registerClient(0, &error)) << error;
     ASSERT_TRUE(second.registerClient(5, &error)) << error;
 
-    // Two senders in this process, one through gdbus and one through dbus-send.
-    std::set<int32_t> expected;
+    // Two senders in this process, one through gdbus and one through dbus-send;
+    // each tag is to be heard once.
+    std::map<int32_t, int> expected;
     std::vector<std::thread> senders;
     for (int sender = 1; sender <= 4; ++sender) {
         const int count = sender <= 2 ? kInProcessSets : kToolSets;
         for (int i = 0; i < count; ++i) {
-            expected.insert(sender << 8 | i);
+            expected[sender << 8 | i] = 1;
         }
         senders.emplace_back([this, sender, count] {
             OrvaxBusClient client;
@@ -107,11 +107,7 @@ TEST_F(OrvaxdTest, EveryRegisteredClientHearsEachChangeOfFourSendersOnce) {
             all = all || heard.size() == expected.size();
         }
         EXPECT_TRUE(error.empty()) << error;
-        EXPECT_EQ(heard.size(), expected.size());
-        for (const auto& [tag, times] : heard) {
-            EXPECT_TRUE(expected.count(tag) == 1) << "unexpected tag " << tag;
-            EXPECT_EQ(times, 1) << "tag " << tag;
-        }
+        EXPECT_EQ(heard, expected);
     }
     EXPECT_EQ(readFile(overheard).find(bus::kParamChanged), std::string::npos) << readFile(overheard);
 }
@@ -150,7 +146,6 @@ TEST_F(OrvaxdTest, ClientKilledWithSigkillStopsCountingAndIsNeverCalledAgain) {
         heardIt = tagOf(blob) == 8;
     }
     EXPECT_TRUE(heardIt) << error;
-    EXPECT_TRUE(mDaemon->process().running());
 }
 
 struct HostileCall {
@@ -192,8 +187,7 @@ TEST_F(OrvaxdTest, HostileCallsGetErrorRepliesAndTheDaemonLivesOn) {
     std::string error;
     EXPECT_FALSE(client.setParam(std::vector<uint8_t>(bus::kMaxBlobBytes + 4, 0), &error));
     EXPECT_NE(error.find("at most 65536 bytes"), std::string::npos) << error;
-
-    EXPECT_TRUE(mDaemon->process().running());
+    // It still answers.
     EXPECT_EQ(intParam(client, "DTFV"), 1000000) << mDaemon->log();
 }
 
@@ -354,24 +348,10 @@ TEST(OrvaxdPolicyTest, OnTheSystemBusOnlyTheSetterGroupChangesSettings) {
     <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
   </policy>
   <include>)") + ORVAXD_POLICY_PATH + "</include>\n</busconfig>\n");
-    ChildProcess busDaemon;
-    const std::string addressFile = root.path() + "/system.address";
-    ASSERT_TRUE(busDaemon.start({"dbus-daemon", "--config-file=" + config, "--nofork", "--print-address"}, {},
-                                addressFile, root.path() + "/system.log"));
-    ASSERT_TRUE(eventually([&] { return readFile(addressFile).find('\n') != std::string::npos; }))
-            << readFile(root.path() + "/system.log");
-    const std::string address = readFile(addressFile).substr(0, readFile(addressFile).find('\n'));
-    ChildProcess daemon;
-    const std::string log = root.path() + "/orvaxd.log";
-    ASSERT_TRUE(daemon.start({ORVAXD_PATH, "--root", root.path(), "--system"}, {"DBUS_SYSTEM_BUS_ADDRESS=" + address},
-                             log, log));
-    OrvaxBusClient client;
-    std::string error;
-    ASSERT_TRUE(client.connect(OrvaxBusClient::Bus::kSystem, address, &error)) << error;
-    ASSERT_TRUE(eventually([&] {
-        bool present = false;
-        return client.daemonPresent(&present, &error) && present;
-    })) << readFile(log);
+    const PrivateBus bus(root.path(), config);
+    ASSERT_FALSE(bus.address().empty()) << readFile(root.path() + "/bus.log");
+    Daemon daemon(bus, root, OrvaxBusClient::Bus::kSystem);
+    ASSERT_TRUE(daemon.start()) << daemon.log();
 
     const std::vector<PolicyCase> cases = {
         {"GetIntParam", {"DTFV"}, false, true},
@@ -386,12 +366,9 @@ TEST(OrvaxdPolicyTest, OnTheSystemBusOnlyTheSetterGroupChangesSettings) {
     };
     const std::string groups = "--groups=" + std::to_string(setters->gr_gid);
     for (const PolicyCase& policy : cases) {
-        std::vector<std::string> argv = {"setpriv", "--reuid=65534", "--regid=65534",
-                                         policy.inSetterGroup ? groups : "--clear-groups", "gdbus", "call",
-                                         "--address", address, "--dest", bus::kBusName, "--object-path",
-                                         bus::kObjectPath, "--method", std::string(bus::kInterface) + "." + policy.member};
-        argv.insert(argv.end(), policy.args.begin(), policy.args.end());
-        const ToolRun run = runCommand(root.path(), argv);
+        const ToolRun run = gdbusCall(root, bus, policy.member, policy.args,
+                                      {"setpriv", "--reuid=65534", "--regid=65534",
+                                       policy.inSetterGroup ? groups : "--clear-groups"});
         EXPECT_EQ(run.status == 0, policy.allowed) << policy.member << (policy.inSetterGroup ? " in the group" : "")
                                                    << ": " << run.err;
         if (!policy.allowed) {
