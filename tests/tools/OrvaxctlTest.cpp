@@ -141,12 +141,6 @@ TEST(OrvaxctlRootTest, ARootWithoutATuningFileIsRefusedAndAFailedInstallSaysWhy)
     EXPECT_FALSE(std::filesystem::exists(target + ".new"));
 }
 
-// The line of `text` in the bundled file.
-int bundledLine(const char* bundled, const std::string& text) {
-    const std::string content = readFile(sourcePath(bundled));
-    return 1 + static_cast<int>(std::count(content.begin(), content.begin() + content.find(text), '\n'));
-}
-
 // Whether stderr holds `FILE:LINE[:COLUMN]: error: ...message... [rule]`;
 // every line must be one problem in that form.
 bool reported(const std::string& err, const std::string& path, int line, const char* kind, const std::string& message,
@@ -199,15 +193,14 @@ TEST(OrvaxctlCheckTest, ExitsZeroOnCleanFilesOneOnWarningsOnlyWithWerrorAndTwoOn
                          .status);
 }
 
-// Each case changes one spot of the bundled default file.
+// Each case changes one spot of the bundled default file, starting at the line
+// where the problem is reported.
 struct BrokenFile {
     const char* name;
     const char* original;
     const char* replacement;
     const char* rule;
     const char* message;
-    // Where the problem is reported when not at the change.
-    const char* reportedAt;
     // The service serves the file and only its clients meet the problem.
     bool installs;
 };
@@ -215,41 +208,40 @@ struct BrokenFile {
 // Each broken file is reported at its line, on stderr, with its rule.
 TEST(OrvaxctlCheckTest, ReportsTheLineAndRuleOfWhatIsBroken) {
     const BrokenFile cases[] = {
-        {"not well-formed", "<volmax-boost value=\"144\"/>", "<volmax-boost value=144/>", "xml",
-         "not well-formed XML", nullptr, false},
-        {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", "schema",
-         "ieq-amount", nullptr, false},
-        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", "schema", "hdmx", nullptr, false},
-        {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", "profile",
-         "profile id 1 is used again", nullptr, false},
+        {"not well-formed", "<volmax-boost value=\"144\"/>", "<volmax-boost value=144/>", "xml", "not well-formed XML",
+         false},
+        {"text for a number", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"ten\"/>", "schema", "ieq-amount",
+         false},
+        {"unknown port", "endpoint_port=\"hdmi\"", "endpoint_port=\"hdmx\"", "schema", "hdmx", false},
+        {"duplicate profile id", "<profile id=\"3\"", "<profile id=\"1\"", "profile", "profile id 1 is used again",
+         false},
         {"skewed mix matrix", "<output-mode value=\"16384,0;0,16384\"/>", "<output-mode value=\"16384,0;0\"/>", "value",
-         "output-mode", nullptr, false},
+         "output-mode", false},
         {"amount just above the range", "<ieq-amount value=\"10\"/>", "<ieq-amount value=\"17\"/>", "range",
-         "17 is outside 0..16", nullptr, true},
+         "17 is outside 0..16", true},
         {"profile-wide amount", "<reverb-suppression-amount value=\"", "<reverb-suppression-amount value=\"1", "range",
-         "the range of client parameter 115", nullptr, true},
-        {"GEQ gain a client cannot set", "gain=\"89\"", "gain=\"5000\"", "range", "5000 is outside -576..576",
-         nullptr, true},
-        {"19 GEQ bands", "<band_geq frequency=\"32\" gain=\"89\"/>", "", "bands",
-         "has 19 bands (preset \"0\" has 20), but clients read and set 20 gains with id 110",
-         "<preset id=\"2\" type=\"geq\">", true},
+         "the range of client parameter 115", true},
+        {"GEQ gain a client cannot set", "gain=\"89\"", "gain=\"5000\"", "range", "5000 is outside -576..576", true},
+        // Reported at the preset, whose first band goes.
+        {"19 GEQ bands", "<preset id=\"2\" type=\"geq\">\n    <geq>\n      <band_geq frequency=\"32\" gain=\"89\"/>",
+         "<preset id=\"2\" type=\"geq\">\n    <geq>", "bands",
+         "has 19 bands (preset \"0\" has 20), but clients read and set 20 gains with id 110", true},
         {"device with a blank", "id=\"usb_dock_speaker\"", "id=\"usb dock speaker\"", "name",
-         "device \"usb dock speaker\" holds a blank", nullptr, true},
+         "device \"usb dock speaker\" holds a blank", true},
         {"tuning with a blank", "name=\"hdmi_output\"", "name=\"hdmi&#9;output\"", "name",
-         "holds a blank: a client cannot name it", nullptr, true},
+         "holds a blank: a client cannot name it", true},
     };
     for (const BrokenFile& broken : cases) {
         TempRoot root;
-        const EditedFile file = editBundled(root, "data/zel-default.xml", broken.original, broken.replacement, "broken.xml");
-        const int line = broken.reportedAt != nullptr ? bundledLine("data/zel-default.xml", broken.reportedAt)
-                                                      : file.line;
+        const EditedFile file =
+                editBundled(root, "data/zel-default.xml", broken.original, broken.replacement, "broken.xml");
         const ToolRun run = orvaxctl(root, {"check", file.path});
         EXPECT_EQ(1, run.status) << broken.name;
-        EXPECT_TRUE(reported(run.err, file.path, line, "error", broken.message, broken.rule))
-                << broken.name << ": expected " << file.path << ":" << line << " [" << broken.rule << "]\n"
+        EXPECT_TRUE(reported(run.err, file.path, file.line, "error", broken.message, broken.rule))
+                << broken.name << ": expected " << file.path << ":" << file.line << " [" << broken.rule << "]\n"
                 << run.err;
         // libxml2's own messages give a column too.
-        const size_t column = file.path.size() + std::to_string(line).size() + 2;
+        const size_t column = file.path.size() + std::to_string(file.line).size() + 2;
         EXPECT_EQ(broken.rule == std::string("xml"), std::isdigit(static_cast<unsigned char>(run.err[column])) != 0)
                 << broken.name << ": " << run.err;
         EXPECT_NE(std::string::npos, run.out.find(file.path + ": ")) << broken.name << ": no summary\n" << run.out;
