@@ -317,8 +317,7 @@ TEST(OrvaxctlCheckTest, RefusesADtdAtOnceNamingItsLine) {
     }
     text.replace(value, text.find('"', value + 7) - value, "value=\"" + references);
     text.insert(start, "<!DOCTYPE orvan_tuning [\n<!ENTITY e \"" + std::string(2000, '1') + "\">\n]>\n");
-    const std::string path = root.path() + "/entities.xml";
-    std::ofstream(path) << text;
+    const std::string path = test::writeFile(root, "entities.xml", text);
     const int line = 1 + static_cast<int>(std::count(text.begin(), text.begin() + start, '\n'));
 
     const auto begun = std::chrono::steady_clock::now();
