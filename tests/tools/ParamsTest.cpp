@@ -55,9 +55,7 @@ std::string repeated(int value, int count) {
 // service keeps values within the listed range, takes the listed count, and
 // a value given per endpoint is written through a port to that endpoint only.
 TEST_F(OrvaxctlParamsTest, EveryListedParameterBehavesAsListed) {
-    const ToolRun params = run({"params"});
-    ASSERT_EQ(0, params.status) << params.err;
-    const std::vector<Row> rows = listing(params.out);
+    const std::vector<Row> rows = listing(ok({"params"}));
     ASSERT_FALSE(rows.empty());
     for (const Row& row : rows) {
         std::vector<std::string> set = {"set", row.name, "--profile", "1"};

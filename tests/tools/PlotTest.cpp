@@ -135,10 +135,8 @@ TEST_F(OrvaxctlPlotTest, DrawsTheSettingsOfThePortItNames) {
     ASSERT_EQ(0, run({"set", "107", "3", "--port", "headphone"}).status);
     ASSERT_EQ(0, run({"set", "106", "1", "--port", "headphone"}).status);
     const std::string path = mRoot.path() + "/movie.svg";
-    const ToolRun headphone = run({"plot", "--port", "3", "-o", path});
-    EXPECT_EQ(0, headphone.status) << headphone.err;
     EXPECT_EQ(path + ": profile 1 movie on headphone\n  GEQ curve\n  IEQ target: detailed preset, amount 3\n",
-              headphone.out);
+              ok({"plot", "--port", "3", "-o", path}));
     EXPECT_NE(std::string::npos, readFile(path).find("<svg")) << path;
 
     const ToolRun speaker = run({"plot", "-o", path});
