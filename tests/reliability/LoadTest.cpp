@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "tests/engine/EngineTestSupport.h"
-#include "tests/reliability/ReliabilityTestSupport.h"
 #include "tests/service/ServiceTest.h"
 
 namespace orvan::test {
@@ -17,34 +16,6 @@ constexpr int kPosters = 8;
 constexpr int kQueriers = 4;
 constexpr int kSteadyClients = 4;
 constexpr int kPassingClients = 150;
-
-// What one client was told: the sender and sequence of every set (word 4),
-// and how many times the set of clients changed. A client given the service
-// reads it while it is told.
-class CountingClient : public IRnxCallbacks {
-public:
-    explicit CountingClient(OrvanManagerService* reader = nullptr) : mReader(reader) {}
-    android::hardware::Return<void> onParametersUpdated(const android::hardware::hidl_vec<uint8_t>& params) override {
-        if (mReader != nullptr) {
-            mReader->getIntParam('DEAM');
-        }
-        std::lock_guard<std::mutex> lock(mLock);
-        if (params.size() == 8 && params[0] == 0xff) {
-            ++mRegistrationChanges;
-        } else if (params.size() >= 8) {
-            mSets.push_back(params[4] | params[5] << 8 | params[6] << 16 | params[7] << 24);
-        } else {
-            ++mOther;
-        }
-        return android::hardware::Void();
-    }
-
-    OrvanManagerService* const mReader;
-    std::mutex mLock;
-    std::vector<int32_t> mSets;
-    int mRegistrationChanges = 0;
-    int mOther = 0;
-};
 
 // Poster p sets one endpoint parameter of its own (profile, id) pair, so the
 // last value of each pair is known whatever the interleaving.
@@ -64,15 +35,16 @@ using LoadTest = ServiceTest;
 TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     copyTo(sourcePath("data/zel-extra.xml"), DevicePaths::extraTuningFile(), kFactoryTime);
     OrvanManagerService& service = *mService;
-    std::vector<sp<CountingClient>> steady;
-    std::vector<sp<BpHwRnxCallbacks>> proxies;
+    std::vector<Client> steady;
     std::vector<std::thread> threads;
     for (int i = 0; i < kSteadyClients; ++i) {
-        steady.push_back(new CountingClient(i == 0 ? &service : nullptr));
-        proxies.push_back(new BpHwRnxCallbacks(steady.back()));
+        // The first client reads the service while it is told.
+        const std::function<void()> reader = [&service] { service.getIntParam('DEAM'); };
+        steady.push_back({new RecordingClient(i == 0 ? reader : nullptr), nullptr});
+        steady.back().proxy = new BpHwRnxCallbacks(steady.back().recorder);
         // Concurrent first registrations: one of them loads the settings.
         // The proxy by value: the vector may grow while the thread runs.
-        threads.emplace_back([&service, proxy = proxies.back(), i] { service.registerClient(proxy, 0, 100 + i); });
+        threads.emplace_back([&service, proxy = steady.back().proxy, i] { service.registerClient(proxy, 0, 100 + i); });
     }
     for (std::thread& t : threads) {
         t.join();
@@ -108,7 +80,7 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         for (int i = 0; i < kPassingClients; ++i) {
             const int32_t type = i % 8;
             const uint32_t uid = 20000 + 8 * static_cast<uint32_t>(i);
-            sp<BpHwRnxCallbacks> proxy = new BpHwRnxCallbacks(new CountingClient());
+            sp<BpHwRnxCallbacks> proxy = new BpHwRnxCallbacks(new RecordingClient(nullptr));
             service.registerClient(proxy, type, uid);
             ++registrationChanges;
             if (i % 2 == 0) {
@@ -126,20 +98,24 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
     close(devNull);
     settle();
 
+    // Each set carries its sender and sequence in word 1.
     for (int i = 0; i < kSteadyClients; ++i) {
-        CountingClient& client = *steady[i];
-        std::lock_guard<std::mutex> lock(client.mLock);
         std::vector<int> next(kPosters, 0);
-        for (int32_t tag : client.mSets) {
+        int steadyChanges = -registrationChanges;
+        for (const Bytes& told : steady[i].recorder->received()) {
+            if (told == kRegistrationChanged) {
+                ++steadyChanges;
+                continue;
+            }
+            ASSERT_GE(told.size(), 8u) << "client " << i;
+            const int32_t tag = wordsOf(told)[1];
             const int poster = tag >> 24;
             ASSERT_TRUE(poster >= 0 && poster < kPosters) << "client " << i << " got a stranger's blob";
             ASSERT_EQ(next[poster]++, tag & 0xffffff) << "client " << i << ", poster " << poster;
         }
         EXPECT_EQ(std::vector<int>(kPosters, kSetsEach), next) << "client " << i;
         // Each steady registration reached the clients registered by the time it was announced.
-        const int steadyChanges = client.mRegistrationChanges - registrationChanges;
         EXPECT_TRUE(steadyChanges >= 1 && steadyChanges <= kSteadyClients) << "client " << i << ": " << steadyChanges;
-        EXPECT_EQ(0, client.mOther);
     }
     EXPECT_EQ((std::vector<int64_t>{0, 0}), intParams({'DCCP', 'GDEA'}));
 
@@ -151,9 +127,9 @@ TEST_F(LoadTest, EverySetReachesEveryClientOnceInOrderAndLands) {
         EXPECT_EQ(valueOf(p, kSetsEach - 1), wordsOf(Bytes(out, out + 4))[0]) << "poster " << p;
     }
     const StoreSnapshot engine = snapshotStore();
-    service.unregisterClient(proxies[0], 0, 100);
+    service.unregisterClient(steady[0].proxy, 0, 100);
     restart();
-    mService->registerClient(new BpHwRnxCallbacks(new CountingClient()), 0, 101);
+    connect(0, 101);
     settle();
     EXPECT_TRUE(engine == snapshotStore())
         << "the engine store differs from what a fresh start of the saved settings sends";
