@@ -111,6 +111,17 @@ protected:
     }
     static AxContext* startContext() { return start().getAxContext(); }
 
+    // Saves a user's choices (a profile and profile 2's volume leveler amount
+    // on `endpoint`) and stops, as the process would.
+    static void saveChoices(int32_t profile, Endpoint endpoint, int32_t amount) {
+        AxContext* context = startContext();
+        ASSERT_NE(nullptr, context);
+        context->setSelectedProfile(profile);
+        ASSERT_TRUE(context->setProfileParameter(2, endpoint, volume_leveler_amount, {amount}));
+        ASSERT_TRUE(context->save());
+        AxContextManager::getInstance().release();
+    }
+
     // The first cell of `sql` on the settings database, read past the service.
     static std::string query(const std::string& sql) { return sqlText(database(), sql); }
 
