@@ -1,6 +1,9 @@
+#include <unistd.h>
+
 #include <climits>
 
 #include "storage/Provider.h"
+#include "storage/SettingsLock.h"
 #include "tests/storage/StorageTest.h"
 
 namespace orvan::test {
@@ -228,6 +231,20 @@ TEST_F(DatabaseHelperTest, HeldReadsEndAtTheFirstWrite) {
     mDb.holdReads();
     mDb.releaseReads();
     EXPECT_TRUE(other.updateTuningDevice("key", "third")) << "released reads still block writers";
+}
+
+using SettingsLockTest = StorageTest;
+
+// The lock file is rewritten in place, not emptied first: what an earlier,
+// longer holder wrote must not survive past the new holder's line.
+TEST_F(SettingsLockTest, NamesOnlyItsHolderAfterALongerOne) {
+    const std::string directory = DevicePaths::dataDirectory();
+    writeFile(directory + SettingsLock::kFileName, "2147483647\nleft over by an earlier holder\n");
+    SettingsLock lock;
+    std::string problem;
+    ASSERT_TRUE(lock.acquire(directory, 0, &problem)) << problem;
+    EXPECT_EQ(readFile(directory + SettingsLock::kFileName), std::to_string(getpid()) + "\n");
+    EXPECT_EQ(SettingsLock::holder(directory), getpid());
 }
 
 TEST(StorageClosedTest, WithoutADataDirectoryEveryCallAnswersNeutrally) {

@@ -44,7 +44,8 @@ Tuning speakerTuning() {
 
 class ProviderTest : public StorageTest {
 protected:
-    void populate(Provider& provider) {
+    ProviderTest() {
+        Provider provider;
         const auto create = [&provider](auto record, auto... name) { provider.create(&record, name...); };
         provider.beginTransaction();
         provider.clear();
@@ -72,7 +73,6 @@ protected:
 
 TEST_F(ProviderTest, EveryRecordKindReadsBackValueForValue) {
     Provider provider;
-    populate(provider);
     ASSERT_EQ(provider.init(), 0);
     ASSERT_EQ(provider.getNumOfProfiles(), 2);
     for (int32_t id = 0; id < 2; ++id) {
@@ -125,7 +125,6 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsInPlaceAndResetRestoresDefaults) {
     const std::string kRowOfProfile0 = "SELECT rowid FROM profiles WHERE custom_name='custom' AND profile_id='0'";
     const std::string database = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
     Provider provider;
-    populate(provider);
     ASSERT_EQ(provider.init(), 0);
     const std::string rowBefore = sqlText(database, kRowOfProfile0);
     Profile* profile = provider.loadProfile(0);
@@ -184,7 +183,6 @@ TEST_F(ProviderTest, SaveWritesOnlyCustomRowsInPlaceAndResetRestoresDefaults) {
 // out as built, and a later load (a reload of every profile) reads its row again.
 TEST_F(ProviderTest, InitBuildsRecordsOnceAndLaterLoadsReadTheirRowsAgain) {
     Provider provider;
-    populate(provider);
     ASSERT_EQ(provider.init(), 0);
     DatabaseHelper(Provider::kDatabaseFile)
             .execSQL("UPDATE profiles SET reverb_suppression_amount='77' WHERE custom_name='custom'");
@@ -203,7 +201,6 @@ TEST_F(ProviderTest, InitBuildsRecordsOnceAndLaterLoadsReadTheirRowsAgain) {
 // readers on other threads as they were.
 TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndReloadsIntoNewRecords) {
     Provider provider;
-    populate(provider);
     EXPECT_EQ(provider.loadTuningForDevice("default_headphone"), nullptr) << "port not cached yet";
     for (size_t port = 0; port < kPortCount; ++port) {
         provider.loadDeviceTuningsForPort(static_cast<Port>(port));
@@ -249,10 +246,6 @@ TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndReloadsIntoNewRecords) {
 // A working row lost from the database (a damaged file repaired by hand, an
 // interrupted tool) must not reach the engine as empty values.
 TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSave) {
-    {
-        Provider provider;
-        populate(provider);
-    }
     DatabaseHelper db(Provider::kDatabaseFile);
     for (const char* table : {"profiles", "profile_endpoints", "geq_presets"}) {
         ASSERT_TRUE(db.execSQL(std::string("DELETE FROM ") + table + " WHERE custom_name='custom' AND profile_id='1'"));
@@ -275,8 +268,7 @@ TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSa
     EXPECT_TRUE(geq->equals(geqRecord(1)));
     for (int e = 0; e < static_cast<int>(kEndpointCount); ++e) {
         ProfileEndpoint* endpoint = provider.loadProfileEndpoint(1, static_cast<Endpoint>(e));
-        EXPECT_TRUE(endpoint->equals(endpointRecord(1, e))) << e;
-        EXPECT_EQ(endpoint->getSelectedIeqPreset(), PRESET_BALANCED) << e;
+        EXPECT_TRUE(endpoint->equals(endpointRecord(1, e))) << e;  // with its selected IEQ preset
         EXPECT_TRUE(provider.save(endpoint)) << e;
     }
     EXPECT_TRUE(profile->isDirty());
