@@ -158,15 +158,10 @@ TEST_F(AxContextTest, SelectingATuningDeviceStoresItAndNotifiesOnce) {
     EXPECT_EQ(ENDPOINT_HEADPHONE, mContext->getSelectedProfileEndpoint(PORT_USB)->getEndpoint());
 }
 
-// Writers each own a profile and write three records of it (a profile value,
-// an endpoint value and the GEQ gains) with lists whose elements all carry
-// the same, rising number, and share the on state; meanwhile another thread
-// keeps moving the selection over every profile, so that writes land on the
-// selected profile (which notifies) and on unselected ones alike.
-// The context serialises every operation under one lock, so a reader sees
-// each list whole (all elements equal, the written length), never a number
-// older than one it saw before, and at the end every profile holds its
-// writer's last lists, also after a save and a restart.
+// Writers each own a profile and write three of its records with lists whose
+// elements all carry the same rising number, while the selection moves over
+// every profile (the selected one notifies). Readers must see each list whole
+// and never older than one seen before; the last lists survive a restart.
 TEST_F(AxContextTest, ConcurrentWritersAndReadersSeeWholeValuesAndKeepEveryLastWrite) {
     constexpr int kWriters = 4;
     constexpr int kRounds = 500;
@@ -257,17 +252,16 @@ TEST_F(AxContextTest, ConcurrentWritersAndReadersSeeWholeValuesAndKeepEveryLastW
     EXPECT_EQ(0, backwards.load()) << "a value older than one already read";
     // Every writer's last round, and the one value the shared on state was
     // last given by everybody.
-    auto expectLastWrites = [&](AxContext& context, const char* when) {
+    auto expectLastWrites = [&](const char* when) {
         SCOPED_TRACE(when);
         for (int p = 0; p < kWriters; ++p) {
-            const int32_t last = number(p, kRounds);
-            EXPECT_EQ(Values(kLong, last), context.getProfileParameter(p, reverb_suppression_amount)) << p;
-            EXPECT_EQ(Values(kLong, last), context.getProfileParameter(p, ENDPOINT_HEADPHONE, volume_leveler_amount)) << p;
-            EXPECT_EQ(Values(kGeqBands, last), context.getProfileGeqParameter(p, geq_gain)) << p;
-            EXPECT_EQ(Values{kRounds % 2}, context.getProfileParameter(p, ENDPOINT_HEADPHONE, ieq_enable)) << p;
+            for (const Key& key : keys) {
+                EXPECT_EQ(Values(key.length, number(p, kRounds)), key.read(p)) << key.name << " of profile " << p;
+            }
+            EXPECT_EQ(Values{kRounds % 2}, mContext->getProfileParameter(p, ENDPOINT_HEADPHONE, ieq_enable)) << p;
         }
     };
-    expectLastWrites(*mContext, "in memory");
+    expectLastWrites("in memory");
     EXPECT_EQ(kRounds % 2 == 0, mContext->getTevOn());
     EXPECT_EQ(kWriters, mContext->getSelectedProfile());
     ASSERT_TRUE(mContext->save()) << mContext->getLastSaveProblem();
@@ -275,7 +269,7 @@ TEST_F(AxContextTest, ConcurrentWritersAndReadersSeeWholeValuesAndKeepEveryLastW
     mContext = startContext();
     ASSERT_NE(nullptr, mContext);
     mContext->registerObserver(&mObserver);
-    expectLastWrites(*mContext, "after a save and a restart");
+    expectLastWrites("after a save and a restart");
 }
 
 using AxContextDeathTest = AxContextTest;
