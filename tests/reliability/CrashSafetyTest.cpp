@@ -30,16 +30,6 @@ bool journalPresent() {
     return !missing && size > 0;
 }
 
-// Waits until the journal appears, the child marks the end of its operation
-// on `fd`, or `limit` passes.
-void awaitJournal(int fd, Micros limit) {
-    const Clock::time_point end = Clock::now() + limit;
-    pollfd ended{fd, POLLIN, 0};
-    while (!journalPresent() && Clock::now() < end && poll(&ended, 1, 0) == 0) {
-        std::this_thread::sleep_for(Micros(20));
-    }
-}
-
 // Runs `prepare` and then `operation` in a child and kills it with SIGKILL
 // `delay` after the operation began, or, `inTransaction`, `delay` after the
 // database's journal appeared (a write transaction is open), so that kills
@@ -72,7 +62,11 @@ Micros killDuring(const std::function<void()>& prepare, const std::function<void
     const Clock::time_point began = Clock::now();
     if (delay) {
         if (inTransaction) {
-            awaitJournal(fds[0], std::chrono::seconds(10));
+            const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
+            pollfd ended{fds[0], POLLIN, 0};
+            while (!journalPresent() && Clock::now() < end && poll(&ended, 1, 0) == 0) {
+                std::this_thread::sleep_for(Micros(20));
+            }
         }
         std::this_thread::sleep_for(*delay);
     } else {

@@ -67,7 +67,6 @@ inline DatabaseState readState(const std::string& path) {
     sqlite3* raw = nullptr;
     sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close_v2);
-    // Each row of `sql` into the multiset `out`, as its cells but the row id joined by "|".
     const auto each = [&](const std::string& sql, std::multiset<std::string>* out) {
         char* error = nullptr;
         sqlite3_exec(raw, sql.c_str(), [](void* rows, int count, char** cells, char** names) {
