@@ -1,5 +1,7 @@
 // The profile-wide and the per-device parameter sets: what each keeps of the
-// records merged into it, what it reports, and what then reaches the engine.
+// records merged into it and what it reports. What then reaches the engine is
+// followed through the translators (TranslatorsTest) and the manager
+// (AxManagerTest).
 
 #include <map>
 #include <set>
@@ -9,12 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "engine/DeviceParameters.h"
-#include "engine/ParameterTranslator.h"
 #include "engine/ProfileParameters.h"
-#include "engine/TevContext.h"
-#include "model/GeqPreset.h"
 #include "model/IeqPreset.h"
-#include "model/Profile.h"
 #include "model/ProfileEndpoint.h"
 #include "model/Tuning.h"
 #include "tests/engine/EngineTestSupport.h"
@@ -199,60 +197,6 @@ TEST(ParameterRecordsTest, ATuningRegistersItsEndpointAndMonoFlagBeforeItsValues
     set.setIeqPreset(off);
     EXPECT_EQ(2u, observer.changes.size());
     EXPECT_EQ(1u, observer.sources.size());
-}
-
-// Through a real translator: each flush sends exactly the translations of the
-// parameters that changed since the last one, with the set's values.
-TEST(ParameterRecordsTest, TheEngineReceivesExactlyTheTranslationsOfWhatChanged) {
-    ParameterTranslator profileTranslator, deviceTranslator;
-    ProfileParameters profileSet(&profileTranslator);
-    DeviceParameters deviceSet(&deviceTranslator);
-    auto flush = [](ParameterTranslator& translator) {
-        SetParamCommand command(DEVICE_ALL);
-        command.setDeviceId(DEVICE_SPEAKER);
-        translator.translatePending(command);
-        std::vector<test::CommandEntry> entries = test::commandEntries(command);
-        test::sortEntries(entries);  // all on one device: by code
-        return entries;
-    };
-    using Entries = std::vector<test::CommandEntry>;
-
-    Profile profile(0, "dynamic", false);
-    profile.set(reverb_suppression_amount, {7});
-    GeqPreset geq(0);
-    geq.set(geq_frequency, {100, 1000});
-    geq.set(geq_gain, {-3, 4});
-    profileSet.setProfile(profile);
-    profileSet.setGeqPreset(geq);
-    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "GEBS", {2, 100, 1000, -3, 4}},
-                       {DEVICE_SPEAKER, "RVSA", {7}},
-                       {DEVICE_SPEAKER, "VCBF", {100, 1000}}}),
-              flush(profileTranslator));
-    profileSet.setProfile(profile);
-    profileSet.setGeqPreset(geq);
-    EXPECT_EQ(Entries{}, flush(profileTranslator)) << "merged again, nothing changed";
-
-    Tuning tuning("mono", ENDPOINT_SPEAKER, true);
-    tuning.set(orientation, {0});
-    tuning.set(output_mix_matrix, {1, 0, 0, 1});
-    ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_OFF);
-    endpoint.set(virtualizer_enable, {1});
-    endpoint.set(dialog_enhancer_amount, {20});
-    deviceSet.setTuning(tuning);
-    deviceSet.setProfileEndpoint(endpoint);
-    // The output mode of a mono speaker cannot virtualize; the amount is capped.
-    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "DEA", {12}}, {DEVICE_SPEAKER, "DOM", {0, 0, 1, 1, 0, 0, 1}}}),
-              flush(deviceTranslator));
-
-    // The mono speaker forced the virtualizer off in the set, so merging the
-    // endpoint again changes it back: the output mode goes again, still forced.
-    endpoint.set(dialog_enhancer_amount, {5});
-    deviceSet.setProfileEndpoint(endpoint);
-    EXPECT_EQ((Entries{{DEVICE_SPEAKER, "DEA", {5}}, {DEVICE_SPEAKER, "DOM", {0, 0, 1, 1, 0, 0, 1}}}),
-              flush(deviceTranslator));
-    // A record of the profile level changes nothing on a device.
-    deviceSet.setProfile(profile);
-    EXPECT_EQ(Entries{}, flush(deviceTranslator));
 }
 
 }  // namespace
