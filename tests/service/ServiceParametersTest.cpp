@@ -95,6 +95,10 @@ TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndTheEngineAndAnswerInW
         {"select profile", blob(kSelectProfile, {0, 2}), blob(kSelectProfile, {2, 2}), {selected}},
         {"unknown profile", blob(kSelectProfile, {0, 5}), blob(kSelectProfile, {5, 5}), {selected}},
         {"event 11 sets nothing", blob(kProfileModified, {0, 0}), blob(kProfileModified, {0, 0}), {selected}},
+        {"parameter of the selected profile",
+         blob(kParameter, {0, 2, 108, 3}),
+         blob(kParameter, {0, 2, 108, 3}),
+         {{blob(kPortParameter, {108, 2 << 4 | 0}), 3}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -108,11 +112,6 @@ TEST_F(ServiceParametersTest, SetEventsChangeTheSettingsAndTheEngineAndAnswerInW
         }
         EXPECT_EQ(amounts(), engineAmounts());
     }
-    post(blob(kParameter, {0, 2, 108, 3}));
-    settle();
-    android::TevParamCache speaker;
-    ASSERT_EQ(android::OK, mService->getStoredParams(2, &speaker));
-    EXPECT_EQ(std::vector<int32_t>{3}, *speaker.findParam(tevParameterId(DEA)));
 }
 
 // Cut requests, small buffers and unknown ids are in the hostile input catalogue.
