@@ -80,8 +80,10 @@ TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
 TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
     struct Case { int32_t id; Values given, read; };
     const Case cases[] = {
-        {113, {0}, {4}}, {113, {99}, {64}}, {115, {-1}, {0}}, {116, {11}, {10}},
-        {101, {5}, {5}},  // the virtualizer switches are stored as given
+        {107, {20}, {16}}, {107, {-3}, {0}}, {113, {0}, {4}}, {113, {99}, {64}},
+        {115, {-1}, {0}},  {116, {11}, {10}},
+        {101, {5}, {5}},     // the virtualizer switches are stored as given
+        {105, {0, 1}, {0}},  // extra values are dropped
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.id);
