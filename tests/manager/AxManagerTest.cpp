@@ -75,8 +75,6 @@ TEST_F(AxManagerTest, EachChangeSendsExactlyTheEngineParametersItConcerns) {
     EXPECT_EQ(Values{0}, mManager.getParameter(0, 112));
 }
 
-// The per-port clamp and the dropping of extra values are held for the
-// dialog enhancer amount through the client protocol (HostileInputTest).
 TEST_F(AxManagerTest, ValuesAreKeptInTheirRangeAndCount) {
     struct Case { int32_t id; Values given, read; };
     const Case cases[] = {
