@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -102,36 +101,6 @@ TEST_F(ValueSetterTest, EachSetterClassStoresWhatItsElementSays) {
         }
         EXPECT_TRUE(record.isDirty()) << c.xml;
     }
-}
-
-// Each parameter is stored in exactly one table, so it belongs to exactly one
-// record kind, and the file gives it through exactly one element (or an attribute).
-TEST(SetterCollectionTest, EveryParameterHasOneRecordKindAndOneElement) {
-    const ParameterSet* kinds[] = {&Tuning::kValidParams, &IeqPreset::kValidParams, &GeqPreset::kValidParams,
-                                   &Profile::kValidParams, &ProfileEndpoint::kValidParams};
-    std::map<Parameter, int> kindsOf, writers;
-    for (const ParameterSet* kind : kinds) {
-        for (Parameter p : *kind) {
-            ++kindsOf[p];
-        }
-    }
-    const SetterCollection& collection = TuningFileParser::getSetterCollection();
-    EXPECT_EQ(collection.size(), SetterCollection::kAllValueSetters.size());
-    for (const ValueSetter* setter : SetterCollection::kAllValueSetters) {
-        EXPECT_EQ(collection.getValueSetter(setter->getNodeName()), setter);
-        const Parameter first = setter->getParameters().front();
-        for (Parameter p : setter->getParameters()) {
-            ++writers[p];
-            const auto sameKind = [&](const ParameterSet* kind) { return kind->count(p) == kind->count(first); };
-            EXPECT_TRUE(std::all_of(std::begin(kinds), std::end(kinds), sameKind)) << setter->getNodeName();
-        }
-    }
-    for (size_t i = 0; i < kParameterCount; ++i) {
-        const Parameter p = static_cast<Parameter>(i);
-        EXPECT_EQ(kindsOf[p], 1) << kParameterNames[p];
-        EXPECT_EQ(writers[p], p == ieq_id || p == orientation || p == output_channels ? 0 : 1) << kParameterNames[p];
-    }
-    EXPECT_EQ(collection.getValueSetter("no-such-element"), nullptr);
 }
 
 }  // namespace
