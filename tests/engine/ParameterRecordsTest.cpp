@@ -4,7 +4,6 @@
 // (AxManagerTest).
 
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -61,15 +60,6 @@ std::ostream& operator<<(std::ostream& out, const RecordingObserver::Change& c) 
 
 using Parameters = std::vector<Parameter>;
 
-// The profile level, written out here rather than taken from the production
-// list: the parameters of the profile and of its GEQ curve, which the engine
-// receives once for every device.
-const std::set<Parameter> kProfileLevel = {
-    custom_drc_metadata, geq_frequency, geq_gain, mi_dv_leveler_steering_enable,
-    mi_ieq_steering_enable, mi_surround_compressor_steering_enable,
-    mi_adaptive_virtualizer_steering_enable, reverb_suppression_amount,
-    reverb_suppression_enable, volume_modeler_enable};
-
 // What a set holds for `p`; {-999} when it holds nothing.
 Values held(const ParameterValues& set, Parameter p) {
     const Values* values = set.find(p);
@@ -92,7 +82,7 @@ TEST(ParameterRecordsTest, EachSetTakesAndReportsOnlyTheParametersOfItsLevel) {
     for (size_t i = 0; i < kParameterCount; ++i) {
         const Parameter p = static_cast<Parameter>(i);
         SCOPED_TRACE(kParameterNames[p]);
-        const bool profileLevel = kProfileLevel.count(p) != 0;
+        const bool profileLevel = ProfileParameters::kValidParams.count(p) != 0;
         const Values value = {static_cast<int32_t>(i) + 1, -7};
         const test::ValueSet record = recordOf({{p, value}});
 
