@@ -88,12 +88,10 @@ public:
             waitpid(mPid, &mStatus, 0);
             mPid = -1;
         }
-        return exitStatus();
+        return WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : -1;
     }
 
 private:
-    int exitStatus() const { return WIFEXITED(mStatus) ? WEXITSTATUS(mStatus) : -1; }
-
     pid_t mPid = -1;
     int mStatus = 0;
 };
@@ -203,11 +201,6 @@ inline std::vector<uint8_t> amountBlob(int32_t tag, int32_t value) {
         }
     }
     return blob;
-}
-
-// The query blob of the dialog enhancer amount of profile 0.
-inline std::vector<uint8_t> amountQuery() {
-    return {0, 0, 0, 1, 108, 0, 0, 0, 0, 0, 0, 0};
 }
 
 // The tag of a blob made by amountBlob(), or 0.

@@ -31,7 +31,8 @@ protected:
         connectTo(mBus, &client);
         std::vector<uint8_t> answer;
         std::string error;
-        EXPECT_TRUE(client.getParam(amountQuery(), 4, &answer, &error)) << error;
+        // Event 1 asks for a parameter of profile 0: id 108 is the dialog enhancer amount.
+        EXPECT_TRUE(client.getParam({0, 0, 0, 1, 108, 0, 0, 0, 0, 0, 0, 0}, 4, &answer, &error)) << error;
         return answer.size() == 4 ? tagOf({0, 0, 0, 1, answer[0], answer[1], answer[2], answer[3]}) : -1;
     }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <vector>
 
@@ -14,35 +15,6 @@ using test::ToolRun;
 
 using OrvaxctlParamsTest = test::InstalledRootTest;
 
-// One row of the params listing.
-struct Row {
-    std::string id;
-    std::string name;
-    int minimum;
-    int maximum;
-    int count;
-    std::string perEndpoint;
-};
-
-std::vector<Row> listing(const std::string& text) {
-    std::vector<Row> rows;
-    std::istringstream in(text);
-    std::string line;
-    std::getline(in, line);  // the heading
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        Row row;
-        std::string range;
-        fields >> row.id >> row.name >> range >> row.count;
-        std::getline(fields >> std::ws, row.perEndpoint);
-        const size_t dots = range.find("..");
-        row.minimum = std::stoi(range.substr(0, dots));
-        row.maximum = std::stoi(range.substr(dots + 2));
-        rows.push_back(row);
-    }
-    return rows;
-}
-
 std::string repeated(int value, int count) {
     std::string text;
     for (int i = 0; i < count; ++i) {
@@ -54,32 +26,36 @@ std::string repeated(int value, int count) {
 // Each listed parameter behaves as listed: its name reaches its id, the
 // service keeps values within the listed range, takes the listed count, and
 // a value given per endpoint is written through a port to that endpoint only.
+// The text form of the listing is in the recorded output.
 TEST_F(OrvaxctlParamsTest, EveryListedParameterBehavesAsListed) {
-    const std::vector<Row> rows = listing(ok({"params"}));
-    ASSERT_FALSE(rows.empty());
-    for (const Row& row : rows) {
-        std::vector<std::string> set = {"set", row.name, "--profile", "1"};
-        set.insert(set.end(), row.count, std::to_string(row.maximum + 1000));
+    const nlohmann::json rows = nlohmann::json::parse(ok({"params", "--json"}));
+    for (const nlohmann::json& row : rows) {
+        const std::string name = row.at("name");
+        const int minimum = row.at("minimum");
+        const int maximum = row.at("maximum");
+        const int count = row.at("values");
+        std::vector<std::string> set = {"set", name, "--profile", "1"};
+        set.insert(set.end(), count, std::to_string(maximum + 1000));
         const ToolRun stored = run(set);
-        ASSERT_EQ(0, stored.status) << row.name << ": " << stored.err;
-        // The virtualizer switches are stored as given.
-        const bool clamped = row.perEndpoint.find("only") == std::string::npos;
-        EXPECT_EQ(repeated(clamped ? row.maximum : row.maximum + 1000, row.count), stored.out) << row.name;
-        EXPECT_EQ(stored.out, run({"get", row.id, "--profile", "1"}).out) << row.name;
+        ASSERT_EQ(0, stored.status) << name << ": " << stored.err;
+        // The virtualizer switches, written to one endpoint always, are stored as given.
+        const bool clamped = row.at("endpoint").is_null();
+        EXPECT_EQ(repeated(clamped ? maximum : maximum + 1000, count), stored.out) << name;
+        EXPECT_EQ(stored.out, run({"get", row.at("id").dump(), "--profile", "1"}).out) << name;
         if (!clamped) {
             continue;
         }
         set.resize(4);
-        set.insert(set.end(), row.count, std::to_string(row.minimum - 1000));
-        EXPECT_EQ(repeated(row.minimum, row.count), run(set).out) << row.name;
-        if (row.count == 1) {
+        set.insert(set.end(), count, std::to_string(minimum - 1000));
+        EXPECT_EQ(repeated(minimum, count), run(set).out) << name;
+        if (count == 1) {
             // A write through one port; profile-wide values take no port and stay.
-            run({"set", row.name, std::to_string(row.maximum), "--profile", "1", "--port", "headphone"});
+            run({"set", name, std::to_string(maximum), "--profile", "1", "--port", "headphone"});
             const std::vector<std::string> read =
-                    row.perEndpoint == "yes"
-                            ? std::vector<std::string>{"get", row.name, "--profile", "1", "--port", "internal_speaker"}
-                            : std::vector<std::string>{"get", row.name, "--profile", "1"};
-            EXPECT_EQ(std::to_string(row.minimum) + "\n", run(read).out) << row.name;
+                    row.at("per_endpoint") == true
+                            ? std::vector<std::string>{"get", name, "--profile", "1", "--port", "internal_speaker"}
+                            : std::vector<std::string>{"get", name, "--profile", "1"};
+            EXPECT_EQ(std::to_string(minimum) + "\n", run(read).out) << name;
         }
     }
 }

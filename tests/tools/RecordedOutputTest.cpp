@@ -31,10 +31,8 @@ std::string showDatabase(const std::string& path) {
     sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' ORDER BY name", -1, &tables, nullptr);
     while (sqlite3_step(tables) == SQLITE_ROW) {
         const std::string table = reinterpret_cast<const char*>(sqlite3_column_text(tables, 0));
-        // The records are inserted in the order of the parsed records'
-        // addresses, which differ between builds and even between runs; their
-        // ids follow that order and name nothing. So records are compared by
-        // content, in text order; the configuration keeps its row order.
+        // Record ids follow the parsed records' addresses, which differ from run
+        // to run: records compare by content; the configuration by row order.
         const bool byContent = table != "configuration";
         std::vector<std::string> rows;
         const std::string sql = "SELECT * FROM " + table + " ORDER BY rowid";
@@ -70,12 +68,10 @@ std::string showDatabase(const std::string& path) {
     return shown;
 }
 
-// What the service shows on a root built from the bundled files: the engine
-// parameters after the first start, the profiles and devices, every client
-// parameter of every profile, and the engine parameters again after a profile
-// change and a few client writes, and the settings database they leave. The
-// engine receives these values, so any slip in how the tuning file is read,
-// stored or translated shows here.
+// What the service shows on a root built from the bundled files, before and
+// after a profile change and a few client writes, and the settings database
+// they leave: any slip in how the tuning file is read, stored or translated
+// for the engine shows here.
 std::string showAll(const TempRoot& root) {
     std::string shown;
     const auto show = [&](const std::vector<std::string>& args) {

@@ -26,7 +26,7 @@ protected:
     const std::string mDatabase = mRoot.under("/data/vendor/orvan/zel_sqlite3.db");
 };
 
-TEST_F(StartupMessagesTest, ABrokenDefaultFileSaysTheStoredSettingsAreInUse) {
+TEST_F(StartupMessagesTest, ABrokenDefaultFileSaysTheStoredSettingsAreInUseAndTheyAreServed) {
     const std::string file = mRoot.under("/vendor/etc/orvan/zel-default.xml");
     std::string withDtd = test::readFile(file);
     withDtd.insert(withDtd.find("?>") + 2, "\n<!DOCTYPE x [<!ENTITY e \"1\">]>");
@@ -42,6 +42,8 @@ TEST_F(StartupMessagesTest, ABrokenDefaultFileSaysTheStoredSettingsAreInUse) {
         EXPECT_EQ(1u, occurrences(get.err, "; the stored settings are in use\n")) << get.err;
         // The service's own lines on the file come first.
         EXPECT_LT(get.err.find(file), get.err.find("orvaxctl:")) << get.err;
+        // Mobility as the service loaded it, not as the file on disk says by now.
+        EXPECT_NE(std::string::npos, run({"profiles", "--json"}).out.find(R"("travel", "mobility": true)")) << name;
     }
 }
 
