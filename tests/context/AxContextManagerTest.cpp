@@ -67,7 +67,7 @@ TEST_F(AxContextManagerTest, ConcurrentOemReloadsSavesAndTuningReadsAllSucceed) 
                     "profile_id='1' AND endpoint='speaker'"));
 }
 
-TEST_F(AxContextManagerTest, FirstStartBuildsTheDatabaseAndMergesTheOemFile) {
+TEST_F(AxContextManagerTest, OnlyTheFirstStartBuildsTheDatabaseAndMergesTheOemFile) {
     EXPECT_EQ(5, mContext->getNumOfProfiles());
     EXPECT_EQ("1700000000", query("SELECT value FROM configuration WHERE key='signature'"));
     EXPECT_TRUE(offers(*mContext, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
@@ -78,9 +78,7 @@ TEST_F(AxContextManagerTest, FirstStartBuildsTheDatabaseAndMergesTheOemFile) {
         EXPECT_NE(nullptr, mContext->getSelectedTuning(port));
     }
     EXPECT_EQ("usb_headphone", mContext->getSelectedTuning(PORT_USB)->getName());
-}
 
-TEST_F(AxContextManagerTest, SecondStartWithAnUnchangedDefaultFileTouchesNoTable) {
     query("UPDATE configuration SET value='3' WHERE key='Profile'");
     writeTo(DevicePaths::extraTuningFile(),
             oemFile("0", {{"oem_late", "speaker", {{"oem_late_speaker", "internal_speaker"}}}}), kFactoryTime);

@@ -96,9 +96,4 @@ inline DatabaseState readState(const std::string& path) {
     return state;
 }
 
-// The first cell of a row of readState().
-inline std::string firstCell(const std::string& row) {
-    return row.substr(0, row.find('|'));
-}
-
 }  // namespace orvan::test

@@ -56,32 +56,6 @@ TEST_F(DatabaseHelperTest, ValuesAreStoredAsPlainTextInTheirOwnColumn) {
     EXPECT_FALSE(mDb.executeInsertCommand(nullptr, "no_table", "id=1\n", "default", -1));
 }
 
-// The provider saves by replacing the "custom" row; a failed replace keeps it.
-TEST_F(DatabaseHelperTest, UpdatesReplaceOnlyTheNamedRow) {
-    Profile profile(0, "p", false);
-    ProfileEndpoint endpoint(0, ENDPOINT_SPEAKER, PRESET_OFF);
-    for (const char* name : {"default", "custom"}) {
-        mDb.insertValue(&profile, name, -1);
-        mDb.insertValue(&endpoint, name, -1);
-    }
-    profile.setName("q");
-    endpoint.setSelectedIeqPreset(PRESET_DETAILED);
-    EXPECT_TRUE(mDb.updateProfileValue(&profile, "custom"));
-    EXPECT_TRUE(mDb.updateProfileEndpointValue(&endpoint, "custom"));
-    EXPECT_EQ(rowsOf(mDb, "SELECT custom_name, name FROM profiles ORDER BY custom_name", 2),
-              (Rows{{"custom", "q"}, {"default", "p"}}));
-    EXPECT_EQ(rowsOf(mDb, "SELECT custom_name, selected_ieq_preset_type FROM profile_endpoints ORDER BY custom_name", 2),
-              (Rows{{"custom", "1"}, {"default", "0"}}));
-
-    ASSERT_TRUE(mDb.execSQL("CREATE TRIGGER refuse BEFORE INSERT ON profiles BEGIN "
-                            "SELECT RAISE(ABORT, 'refused'); END"));
-    profile.setName("lost");
-    EXPECT_FALSE(mDb.updateProfileValue(&profile, "custom"));
-    std::vector<std::string> names;
-    mDb.queryProfileNames(names, "custom");
-    EXPECT_EQ(names, std::vector<std::string>{"q"});
-}
-
 TEST_F(DatabaseHelperTest, EndpointReaderAcceptsNumberAndName) {
     ProfileEndpoint endpoint(0, ENDPOINT_OTHER, PRESET_BALANCED);
     mDb.insertValue(&endpoint, "custom", -1);
@@ -98,7 +72,9 @@ TEST_F(DatabaseHelperTest, EndpointReaderAcceptsNumberAndName) {
     }
 }
 
-TEST_F(DatabaseHelperTest, QuotesInNamesRoundTripAndChangeNoStatement) {
+// A save that finds no row in place replaces the row of its name; a failed
+// replace must keep it.
+TEST_F(DatabaseHelperTest, QuotedNamesRoundTripAndAFailedReplaceKeepsTheRow) {
     const std::string hostile = "it's'); DROP TABLE profiles;--";
     Profile profile(0, hostile, false);
     EXPECT_TRUE(mDb.insertValue(&profile, hostile, -1));
@@ -107,6 +83,13 @@ TEST_F(DatabaseHelperTest, QuotesInNamesRoundTripAndChangeNoStatement) {
     EXPECT_EQ(names, std::vector<std::string>{hostile});
     EXPECT_TRUE(mDb.updateProfileValue(&profile, hostile));
     EXPECT_EQ(mDb.getRowCount("profiles"), 1);
+    ASSERT_TRUE(mDb.execSQL("CREATE TRIGGER refuse BEFORE INSERT ON profiles BEGIN "
+                            "SELECT RAISE(ABORT, 'refused'); END"));
+    profile.setName("lost");
+    EXPECT_FALSE(mDb.updateProfileValue(&profile, hostile));
+    names.clear();
+    mDb.queryProfileNames(names, hostile);
+    EXPECT_EQ(names, std::vector<std::string>{hostile});
     // Tuning and device names with quotes are in the hostile input catalogue.
     mDb.insertConfigurationValue(hostile, hostile);
     mDb.updateTuningDevice(hostile, hostile + "2");
