@@ -17,6 +17,8 @@ using test::ToolRun;
 
 // Json::parse(text, nullptr, false) is strict, invalid UTF-8 included, and gives discarded for no JSON.
 using Json = nlohmann::json;
+constexpr Json::value_t kObject = Json::value_t::object;
+constexpr Json::value_t kArray = Json::value_t::array;
 
 // A value as the tool's text form shows it: a string's contents, anything else as JSON.
 std::string text(const Json& value) {
@@ -70,15 +72,15 @@ TEST_F(OrvaxctlJsonTest, EveryCommandThatPrintsDataPrintsValidJsonWithItsKeys) {
         std::vector<const char*> keys;  // of the object, or of the first item of the array
     };
     const Case cases[] = {
-        {{"status", "--json"}, Json::value_t::object, {"enabled", "profile", "ieq_preset", "dialog_enhancer", "mono_speaker"}},
-        {{"profiles", "--json"}, Json::value_t::array, {"id", "name", "mobility", "modified", "selected"}},
-        {{"devices", "--json", "usb"}, Json::value_t::array, {"name", "selected"}},
-        {{"get", "--json", "107", "--port", "hdmi"}, Json::value_t::object, {"id", "name", "profile", "port", "values"}},
-        {{"changes", "1", "--json"}, Json::value_t::array, {"profile", "record", "endpoint", "parameter", "factory", "saved"}},
-        {{"check", "--json", bundled}, Json::value_t::object, {"problems", "files", "errors", "warnings"}},
-        {{"int", "--json", "--list"}, Json::value_t::array, {"code", "returns", "settable"}},
-        {{"params", "--json"}, Json::value_t::array, {"id", "name", "minimum", "maximum", "values", "per_endpoint"}},
-        {{"engine", "--json", "--device", "all"}, Json::value_t::array, {"device", "key", "code", "values"}},
+        {{"status", "--json"}, kObject, {"enabled", "profile", "ieq_preset", "dialog_enhancer", "mono_speaker"}},
+        {{"profiles", "--json"}, kArray, {"id", "name", "mobility", "modified", "selected"}},
+        {{"devices", "--json", "usb"}, kArray, {"name", "selected"}},
+        {{"get", "--json", "107", "--port", "hdmi"}, kObject, {"id", "name", "profile", "port", "values"}},
+        {{"changes", "1", "--json"}, kArray, {"profile", "record", "endpoint", "parameter", "factory", "saved"}},
+        {{"check", "--json", bundled}, kObject, {"problems", "files", "errors", "warnings"}},
+        {{"int", "--json", "--list"}, kArray, {"code", "returns", "settable"}},
+        {{"params", "--json"}, kArray, {"id", "name", "minimum", "maximum", "values", "per_endpoint"}},
+        {{"engine", "--json", "--device", "all"}, kArray, {"device", "key", "code", "values"}},
     };
     for (const Case& c : cases) {
         const Json value = json(c.args);
