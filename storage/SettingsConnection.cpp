@@ -60,8 +60,13 @@ std::string findPartialSchema(sqlite3* db, bool* busy) {
     sql.back() = ')';
     // Reading the schema and counting in one read transaction locks the file once.
     const bool begun = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
-    int ret = SQLITE_OK;
-    Statement count = SettingsConnection::prepare(db, sql, &ret);
+    // A statement that needs no schema takes the file's read lock first; the
+    // schema is then read under it, not under a lock of its own.
+    int ret = begun ? sqlite3_exec(db, "PRAGMA schema_version", nullptr, nullptr, nullptr) : SQLITE_OK;
+    Statement count;
+    if (ret == SQLITE_OK) {
+        count = SettingsConnection::prepare(db, sql, &ret);
+    }
     if (ret == SQLITE_OK && count) {
         ret = sqlite3_step(count.get());
     }

@@ -2,6 +2,8 @@
 
 #include <tevparamstorage/TevParamStore.h>
 
+#include <algorithm>
+
 #include <log/log.h>
 
 namespace android {
@@ -15,9 +17,10 @@ status_t TevParamStore::setParam(int32_t device, int32_t id, const int32_t* valu
               static_cast<uint32_t>(id), count, values);
         return BAD_VALUE;
     }
-    std::vector<int32_t> copy(values, values + count);
     std::lock_guard<std::mutex> lock(mLock);
-    mStaged[std::this_thread::get_id()][Key(device, id)] = std::move(copy);
+    Command& command = mStaged[std::this_thread::get_id()];
+    command.stages.push_back({Key(device, id), command.values.size(), static_cast<size_t>(count)});
+    command.values.insert(command.values.end(), values, values + count);
     return NO_ERROR;
 }
 
@@ -33,12 +36,18 @@ int32_t TevParamStore::commitChange() {
         }
         return 0;
     }
-    const int32_t published = static_cast<int32_t>(staged->second.size());
-    for (auto& [key, values] : staged->second) {
-        mCaches[key.first].setParam(key.second, std::move(values));
+    const Command& command = staged->second;
+    std::vector<Key> keys;
+    keys.reserve(command.stages.size());
+    // In staging order, so that a later stage of a pair is the one kept.
+    for (const Stage& stage : command.stages) {
+        mCaches[stage.key.first].setParam(stage.key.second, command.values.data() + stage.offset, stage.count);
+        keys.push_back(stage.key);
     }
+    std::sort(keys.begin(), keys.end());
+    const auto published = std::unique(keys.begin(), keys.end()) - keys.begin();
     mStaged.erase(staged);
-    return published;
+    return static_cast<int32_t>(published);
 }
 
 status_t TevParamStore::getStoredParams(int32_t device, int32_t id,

@@ -13,7 +13,8 @@ class TevParamCache {
 public:
     using Params = std::map<int32_t, std::vector<int32_t>>;
 
-    void setParam(int32_t id, std::vector<int32_t> values) { mParams[id] = std::move(values); }
+    // Reuses the buffer the parameter already has.
+    void setParam(int32_t id, const int32_t* values, size_t count) { mParams[id].assign(values, values + count); }
     // The values of `id`, or null when the device never received it.
     const std::vector<int32_t>* findParam(int32_t id) const {
         auto it = mParams.find(id);

@@ -51,7 +51,18 @@ private:
     TevParamStore() = default;
 
     using Key = std::pair<int32_t, int32_t>;  // device, parameter id
-    using Command = std::map<Key, std::vector<int32_t>>;
+    // A command's stages in order, their numbers side by side in one buffer:
+    // a full refresh stages hundreds of parameters, and a buffer each was
+    // most of what staging cost.
+    struct Stage {
+        Key key;
+        size_t offset;
+        size_t count;
+    };
+    struct Command {
+        std::vector<Stage> stages;
+        std::vector<int32_t> values;
+    };
 
     mutable std::mutex mLock;
     std::map<std::thread::id, Command> mStaged;
