@@ -19,6 +19,11 @@ status_t TevParamStore::setParam(int32_t device, int32_t id, const int32_t* valu
     }
     std::lock_guard<std::mutex> lock(mLock);
     Command& command = mStaged[std::this_thread::get_id()];
+    if (command.stages.empty()) {
+        // Room for a client's change without growing; a refresh grows it a few times.
+        command.stages.reserve(kFirstStages);
+        command.values.reserve(4 * kFirstStages);
+    }
     command.stages.push_back({Key(device, id), command.values.size(), static_cast<size_t>(count)});
     command.values.insert(command.values.end(), values, values + count);
     return NO_ERROR;
@@ -36,18 +41,20 @@ int32_t TevParamStore::commitChange() {
         }
         return 0;
     }
-    const Command& command = staged->second;
-    std::vector<Key> keys;
-    keys.reserve(command.stages.size());
+    Command& command = staged->second;
     // In staging order, so that a later stage of a pair is the one kept.
     for (const Stage& stage : command.stages) {
         mCaches[stage.key.first].setParam(stage.key.second, command.values.data() + stage.offset, stage.count);
-        keys.push_back(stage.key);
     }
-    std::sort(keys.begin(), keys.end());
-    const auto published = std::unique(keys.begin(), keys.end()) - keys.begin();
+    // The stages are not needed after this: sorted, they count the pairs.
+    auto byKey = [](const Stage& a, const Stage& b) { return a.key < b.key; };
+    std::sort(command.stages.begin(), command.stages.end(), byKey);
+    int32_t published = 0;
+    for (size_t i = 0; i < command.stages.size(); ++i) {
+        published += i == 0 || command.stages[i - 1].key != command.stages[i].key ? 1 : 0;
+    }
     mStaged.erase(staged);
-    return static_cast<int32_t>(published);
+    return published;
 }
 
 status_t TevParamStore::getStoredParams(int32_t device, int32_t id,

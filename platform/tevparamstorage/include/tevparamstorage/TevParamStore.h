@@ -59,6 +59,7 @@ private:
         size_t offset;
         size_t count;
     };
+    static constexpr size_t kFirstStages = 16;
     struct Command {
         std::vector<Stage> stages;
         std::vector<int32_t> values;
