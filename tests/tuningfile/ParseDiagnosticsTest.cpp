@@ -35,6 +35,8 @@ struct Case {
     int line;
     Severity severity;
     const char* rule;
+    // Where another report of the same rule stands on the line: a part of the message.
+    const char* says = "";
     bool withVersion = true;
 };
 
@@ -56,7 +58,8 @@ TEST(ParseDiagnosticsTest, EachSkipOrRejectIsReportedAtItsLine) {
          E, "preset"},
         {"preset body of another type", "<preset id=\"0\" type=\"geq\">\n<ieq/>\n</preset>\n", 5, E, "preset"},
         {"unknown preset type", "<preset id=\"0\" type=\"xeq\"/>\n", 4, E, "attribute"},
-        {"profile id used twice", "<profile id=\"0\" name=\"a\"/>\n<profile id=\"0\" name=\"b\"/>\n", 5, E, "profile"},
+        {"profile id used twice", "<profile id=\"0\" name=\"a\"/>\n<profile id=\"0\" name=\"b\"/>\n", 5, E, "profile",
+         "used again"},
         {"profile ids with a gap", "<profile id=\"1\" name=\"a\"/>\n", 4, E, "profile"},
         {"profile id that is no number", "<profile id=\"one\" name=\"a\"/>\n", 4, E, "attribute"},
         {"profile without an endpoint", "<profile id=\"0\" name=\"a\"/>\n", 4, E, "profile"},
@@ -102,7 +105,7 @@ TEST(ParseDiagnosticsTest, EachSkipOrRejectIsReportedAtItsLine) {
         {"sub-gains without a gain", (data + "<virtual-bass-subgains/>\n</data>\n</tuning>\n"), 6, E, "value"},
         {"IEQ band of another name", "<preset id=\"off\" type=\"ieq\">\n<ieq>\n<band/>\n</ieq>\n</preset>\n", 6, W,
          "element"},
-        {"no format version", "", 2, E, "version", false},
+        {"no format version", "", 2, E, "version", "", false},
         {"format version twice", "<format_version major=\"1\" minor=\"1\" maintenance=\"0\"/>\n", 2, W, "version"},
     };
     for (const Case& c : cases) {
@@ -116,7 +119,7 @@ TEST(ParseDiagnosticsTest, EachSkipOrRejectIsReportedAtItsLine) {
         std::string all;
         for (const ParseDiagnostics::Report& report : collector.reports) {
             found = found || (report.line == c.line && report.severity == c.severity && report.rule == c.rule &&
-                              report.file == path);
+                              report.file == path && report.message.find(c.says) != std::string::npos);
             all += "  " + std::to_string(report.line) + " [" + report.rule + "] " + report.message + "\n";
         }
         EXPECT_TRUE(found) << c.name << ": expected line " << c.line << " [" << c.rule << "], got\n" << all;
