@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <ostream>
 #include <thread>
 
 #include "tests/context/ContextTestSupport.h"
@@ -122,6 +123,11 @@ struct OemCase {
     std::vector<std::pair<Port, std::string>> offered;
     std::vector<std::pair<Port, std::string>> refused;
 };
+
+// Test listings show the case by its name, not as bytes.
+void PrintTo(const OemCase& oemCase, std::ostream* out) {
+    *out << oemCase.name;
+}
 
 class OemMergeTest : public AxContextManagerTest, public ::testing::WithParamInterface<OemCase> {};
 
