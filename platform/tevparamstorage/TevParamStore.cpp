@@ -47,14 +47,13 @@ int32_t TevParamStore::commitChange() {
         mCaches[stage.key.first].setParam(stage.key.second, command.values.data() + stage.offset, stage.count);
     }
     // The stages are not needed after this: sorted, they count the pairs.
-    auto byKey = [](const Stage& a, const Stage& b) { return a.key < b.key; };
-    std::sort(command.stages.begin(), command.stages.end(), byKey);
-    int32_t published = 0;
-    for (size_t i = 0; i < command.stages.size(); ++i) {
-        published += i == 0 || command.stages[i - 1].key != command.stages[i].key ? 1 : 0;
-    }
+    std::vector<Stage>& stages = command.stages;
+    std::sort(stages.begin(), stages.end(), [](const Stage& a, const Stage& b) { return a.key < b.key; });
+    const auto pairs = std::unique(stages.begin(), stages.end(), [](const Stage& a, const Stage& b) {
+                           return a.key == b.key;
+                       }) - stages.begin();
     mStaged.erase(staged);
-    return published;
+    return static_cast<int32_t>(pairs);
 }
 
 status_t TevParamStore::getStoredParams(int32_t device, int32_t id,
