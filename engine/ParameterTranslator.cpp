@@ -2,6 +2,9 @@
 
 #include "engine/ParameterTranslator.h"
 
+#include <algorithm>
+#include <functional>
+
 #include <log/log.h>
 
 namespace orvan {
@@ -18,8 +21,12 @@ void ParameterTranslator::onParameterChanged(Parameter p) {
         return;
     }
     const Translator* translator = sTranslatorCollection.getTranslator(p);
-    if (translator != nullptr) {
-        mPending.insert(translator);
+    if (translator == nullptr) {
+        return;
+    }
+    const auto at = std::lower_bound(mPending.begin(), mPending.end(), translator, std::less<const Translator*>());
+    if (at == mPending.end() || *at != translator) {
+        mPending.insert(at, translator);
     }
 }
 

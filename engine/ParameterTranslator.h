@@ -1,6 +1,6 @@
 #pragma once
 
-#include <set>
+#include <vector>
 
 #include "engine/ParamChangeObserver.h"
 #include "engine/SetParamCommand.h"
@@ -38,7 +38,9 @@ public:
     size_t getPendingCount() const { return mPending.size(); }
 
 private:
-    std::set<const Translator*> mPending;
+    // Due translators in address order, as they run; a sorted list rather
+    // than a set, so that marking one due allocates nothing once it has room.
+    std::vector<const Translator*> mPending;
     ParameterValues* mSource = nullptr;
     Endpoint mEndpoint = ENDPOINT_SPEAKER;
     bool mMono = false;

@@ -145,22 +145,19 @@ TranslatorCollection::TranslatorCollection() {
     for (const Translator* translator : kAllTranslators) {
         for (Parameter p : translator->getSrcParams()) {
             // The first translator to claim a parameter keeps it.
-            mTranslators.emplace(p, translator);
+            if (mTranslators[p] == nullptr) {
+                mTranslators[p] = translator;
+            }
         }
-    }
-    // Every parameter has an entry, so lookups never have to insert.
-    for (size_t i = 0; i < kParameterCount; ++i) {
-        mTranslators.emplace(static_cast<Parameter>(i), nullptr);
     }
 }
 
 const Translator* TranslatorCollection::getTranslator(Parameter p) const {
-    auto it = mTranslators.find(p);
-    if (it == mTranslators.end()) {
+    if (static_cast<size_t>(p) >= kParameterCount) {
         ALOGW("getTranslator() no parameter %d", static_cast<int>(p));
         return nullptr;
     }
-    return it->second;
+    return mTranslators[p];
 }
 
 }  // namespace orvan

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <map>
+#include <array>
 #include <set>
 
 #include "engine/Translator.h"
@@ -20,7 +20,8 @@ public:
     const Translator* getTranslator(Parameter p) const;
 
 private:
-    std::map<Parameter, const Translator*> mTranslators;
+    // By parameter; null where no translator consumes it.
+    std::array<const Translator*, kParameterCount> mTranslators{};
 };
 
 }  // namespace orvan

@@ -24,20 +24,20 @@ void ParameterValues::set(Parameter p, Values&& values) {
 bool ParameterValues::checkAndUpdate(Parameter p, const Values& values) {
     // The engine sets merge every value of a record on each change, and nearly
     // all of them are held already and equal: that case needs one lookup only.
-    auto slot = mValues.find(p);
-    if (slot != mValues.end() && slot->second == values) {
+    Values* slot = mValues.find(p);
+    if (slot != nullptr && *slot == values) {
         return false;
     }
     if (getValidParams().count(p) == 0) {
         return false;
     }
-    if (slot == mValues.end()) {
-        slot = mValues.emplace(p, Values()).first;
+    if (slot == nullptr) {
+        slot = &mValues[p];
         if (values.empty()) {
             return false;
         }
     }
-    slot->second = values;
+    *slot = values;
     mDirty = true;
     return true;
 }
@@ -71,8 +71,7 @@ std::string ParameterValues::valuesToString() const {
 }
 
 const Values* ParameterValues::find(Parameter p) const {
-    auto it = mValues.find(p);
-    return it == mValues.end() ? nullptr : &it->second;
+    return mValues.find(p);
 }
 
 }  // namespace orvan

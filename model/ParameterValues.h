@@ -1,16 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "model/Parameter.h"
+#include "model/ParameterMap.h"
 
 namespace orvan {
 
-using Values = std::vector<int32_t>;
 using ParameterSet = std::set<Parameter>;
 
 // Base of every parameter-carrying record: a dirty-tracked map from Parameter
@@ -36,7 +35,7 @@ public:
     // One "name=v1,v2,\n" line per entry, without "ieq_id".
     std::string valuesToString() const;
 
-    const std::map<Parameter, Values>& getValues() const { return mValues; }
+    const ParameterMap& getValues() const { return mValues; }
     // The values of `p`, or null when the record holds none.
     const Values* find(Parameter p) const;
     // Map access that inserts an empty list for an absent parameter.
@@ -49,7 +48,7 @@ protected:
 
     int64_t mId;
     bool mDirty;
-    std::map<Parameter, Values> mValues;
+    ParameterMap mValues;
 };
 
 }  // namespace orvan

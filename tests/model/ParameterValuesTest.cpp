@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <vector>
 
 #include "model/DeviceData.h"
 
@@ -62,6 +63,53 @@ TEST(ParameterValuesTest, EqualsComparesValuesAndWhatIdentifiesTheRecord) {
     EXPECT_FALSE(music.equals(Profile(1, "music", false)));
     EXPECT_FALSE(GeqPreset(2).equals(GeqPreset(3)));
     EXPECT_TRUE(GeqPreset(2).equals(GeqPreset(8, 2)));
+}
+
+TEST(ParameterMapTest, IteratesInParameterOrderWhateverTheOrderOfAdding) {
+    // Both ends and both sides of the 64th parameter, added out of order.
+    const std::vector<Parameter> added = {volume_modeler_enable, surround_boost, audio_optimizer_enable,
+                                          reverb_suppression_amount, reverb_suppression_enable, geq_gain};
+    ParameterMap map;
+    for (Parameter p : added) {
+        map[p] = {static_cast<int32_t>(p)};
+    }
+    std::vector<Parameter> seen;
+    for (const auto& [parameter, values] : map) {
+        EXPECT_EQ(values, Values{static_cast<int32_t>(parameter)});
+        seen.push_back(parameter);
+    }
+    EXPECT_EQ(seen, (std::vector<Parameter>{audio_optimizer_enable, geq_gain, reverb_suppression_amount,
+                                            reverb_suppression_enable, surround_boost, volume_modeler_enable}));
+    EXPECT_EQ(map.size(), added.size());
+}
+
+// The translators hold the values of several parameters of one record while
+// asking for more, which adds the ones not held.
+TEST(ParameterMapTest, HeldValuesStayPutWhileEveryOtherParameterIsAdded) {
+    ParameterMap map;
+    Values& first = map[volume_leveler_amount];
+    first = {7, 8};
+    for (size_t p = 0; p < kParameterCount; ++p) {
+        map[static_cast<Parameter>(p)].push_back(1);
+    }
+    EXPECT_EQ(&first, map.find(volume_leveler_amount));
+    EXPECT_EQ(first, (Values{7, 8, 1}));
+    EXPECT_EQ(map.size(), kParameterCount);
+}
+
+TEST(ParameterMapTest, EqualMapsHoldTheSameParametersWithTheSameValues) {
+    ParameterMap a, b;
+    a[geq_gain] = {1, 2};
+    b[geq_gain] = {1, 2};
+    EXPECT_TRUE(a == b);
+    b[volume_modeler_enable];
+    EXPECT_FALSE(a == b) << "an empty list held is not a parameter absent";
+    a[volume_modeler_enable] = {0};
+    EXPECT_FALSE(a == b);
+    ParameterMap copy = a;
+    copy[geq_gain].push_back(3);
+    EXPECT_EQ(*a.find(geq_gain), (Values{1, 2})) << "a copy holds values of its own";
+    EXPECT_EQ(a.find(surround_boost), nullptr);
 }
 
 TEST(DeviceDataTest, ValidateDataTurnsTheIeqOffWhereItIsDisabled) {

@@ -65,7 +65,8 @@ TEST_F(TuningFileParserTest, TuningAttributesAndAMissingDataSection) {
     EXPECT_EQ(tuning->getEndpoint(), ENDPOINT_SPEAKER);
     EXPECT_FALSE(tuning->isMono());
     EXPECT_TRUE(tuning->isReadonly());
-    EXPECT_EQ(tuning->getValues(), (std::map<Parameter, Values>{{orientation, {}}, {output_channels, {2}}}));
+    const std::map<Parameter, Values> held(tuning->getValues().begin(), tuning->getValues().end());
+    EXPECT_EQ(held, (std::map<Parameter, Values>{{orientation, {}}, {output_channels, {2}}}));
     DeviceTuning* device = only(data.getDeviceTunings());
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(device->toString(), "id=-1\ndevice=dev\nport=usb\ntuning=t");
