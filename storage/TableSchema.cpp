@@ -229,13 +229,17 @@ std::vector<std::string> TableSchema::valuesByColumn(TableType type, const std::
 void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
     // Reads as `stream >> int32_t` does in the classic locale (skipped white
     // space, an optional sign, decimal digits, nothing pushed on overflow),
-    // without a stream: the load runs this for every stored cell.
+    // without a stream: the load runs this for every stored cell. Numbers
+    // gather on the stack first, so that the list grows once per batch.
+    constexpr size_t kBatch = 64;
+    int32_t batch[kBatch];
+    size_t held = 0;
+    const auto flush = [&] {
+        values.insert(values.end(), batch, batch + held);
+        held = 0;
+    };
     const char* next = text.data();
     const char* const end = next + text.size();
-    // Room for one value per separator, so the list is not regrown per value.
-    values.reserve(values.size() + 1 + static_cast<size_t>(std::count_if(next, end, [](char c) {
-                                           return c == ',' || c == ' ';
-                                       })));
     const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     for (;;) {
@@ -247,21 +251,26 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
             ++next;
         }
         if (next == end || !isDigit(*next)) {
-            return;
+            break;
         }
         const int64_t limit = negative ? -static_cast<int64_t>(INT32_MIN) : INT32_MAX;
         int64_t magnitude = 0;
         for (; next != end && isDigit(*next); ++next) {
             magnitude = magnitude * 10 + (*next - '0');
             if (magnitude > limit) {
+                flush();
                 return;
             }
         }
-        values.push_back(static_cast<int32_t>(negative ? -magnitude : magnitude));
+        if (held == kBatch) {
+            flush();
+        }
+        batch[held++] = static_cast<int32_t>(negative ? -magnitude : magnitude);
         if (next != end && (*next == ',' || *next == ' ')) {
             ++next;
         }
     }
+    flush();
 }
 
 }  // namespace orvan

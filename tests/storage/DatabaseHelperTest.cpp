@@ -30,6 +30,16 @@ TEST(String2IntVectorTest, ParsesStoredValueText) {
         expected.insert(expected.end(), c.expected.begin(), c.expected.end());
         EXPECT_EQ(values, expected) << c.text;
     }
+    // A long list, then a number too large: everything before it is kept.
+    std::string text;
+    Values expected{99};
+    for (int32_t i = -75; i < 75; ++i) {
+        text += std::to_string(i) + ",";
+        expected.push_back(i);
+    }
+    Values values{99};
+    string2IntVector(text + "2147483648,5", values);
+    EXPECT_EQ(values, expected);
 }
 
 TEST_F(DatabaseHelperTest, ValuesAreStoredAsPlainTextInTheirOwnColumn) {
