@@ -142,6 +142,14 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
     return ret == SQLITE_DONE;
 }
 
+size_t StartupSnapshot::KeyHash::operator()(const Key& key) const {
+    size_t hash = 0;
+    for (const std::string& value : key) {
+        hash = hash * 31 + std::hash<std::string>()(value);
+    }
+    return hash;
+}
+
 const std::vector<RowData>* StartupSnapshot::rows(TableType type, const Key& key) const {
     static const std::vector<RowData> kNone;
     auto table = mTables.find(type);

@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "storage/RowData.h"
@@ -46,8 +47,11 @@ public:
     const std::vector<std::string>* firstKeysWithLastKey(TableType type, const std::string& value) const;
 
 private:
+    struct KeyHash {
+        size_t operator()(const Key& key) const;
+    };
     struct Table {
-        std::map<Key, std::vector<RowData>> rows;
+        std::unordered_map<Key, std::vector<RowData>, KeyHash> rows;
         // The first key's text of every row, by the text of its last key
         // column, whatever the others hold.
         std::map<std::string, std::vector<std::string>> firstKeys;
