@@ -55,9 +55,14 @@ void ProfileContext::load() {
     if (mProfile == nullptr || mGeqPreset == nullptr || mProfileEndpoints.size() != kEndpointCount) {
         ALOGE("%s(): profile %d is incomplete in the settings database", __func__, mId);
     }
-    if (!mDefaults) {
+    mLoaded = true;
+}
+
+const ProfileContext::Defaults* ProfileContext::defaults() const {
+    if (!mDefaults && mLoaded) {
         mDefaults = std::make_unique<Defaults>(mProvider, mId);
     }
+    return mDefaults.get();
 }
 
 bool ProfileContext::save() {
@@ -127,13 +132,14 @@ IeqPreset* ProfileContext::getSelectedIeqPreset(Endpoint endpoint) const {
 }
 
 bool ProfileContext::isProfileSpecificSettingsModified() const {
-    if (!mDefaults) {
+    const Defaults* factoryRecords = defaults();
+    if (factoryRecords == nullptr) {
         return false;
     }
-    if (differs(mProfile, mDefaults->getProfile())) {
+    if (differs(mProfile, factoryRecords->getProfile())) {
         return true;
     }
-    for (const ProfileEndpoint* factory : mDefaults->getProfileEndpoints()) {
+    for (const ProfileEndpoint* factory : factoryRecords->getProfileEndpoints()) {
         if (factory == nullptr) {
             continue;
         }
@@ -156,7 +162,8 @@ bool ProfileContext::isModified() const {
     if (isProfileSpecificSettingsModified()) {
         return true;
     }
-    return mDefaults && isGeqDifferent(mGeqPreset, mDefaults->getGeqPreset());
+    const Defaults* factoryRecords = defaults();
+    return factoryRecords != nullptr && isGeqDifferent(mGeqPreset, factoryRecords->getGeqPreset());
 }
 
 bool ProfileContext::isGeqModified() const {

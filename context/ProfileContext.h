@@ -18,7 +18,8 @@ class Provider;
 // serialises every call.
 class ProfileContext {
 public:
-    // The factory records of a profile, taken on the first load and kept.
+    // The factory records of a profile, taken on the first comparison with
+    // them and kept.
     class Defaults {
     public:
         Defaults(Provider* provider, int profile);
@@ -69,13 +70,17 @@ public:
 
 private:
     static bool isGeqDifferent(const GeqPreset* working, const GeqPreset* factory);
+    // Null until the first load.
+    const Defaults* defaults() const;
 
     Provider* mProvider;
     int mId;
     Profile* mProfile = nullptr;
     std::set<ProfileEndpoint*> mProfileEndpoints;
     GeqPreset* mGeqPreset = nullptr;
-    std::unique_ptr<Defaults> mDefaults;
+    bool mLoaded = false;
+    // Taken when first compared with: a start compares nothing.
+    mutable std::unique_ptr<Defaults> mDefaults;
 };
 
 }  // namespace orvan

@@ -197,6 +197,7 @@ Profile* Provider::loadProfileRecord(int index, const char* customName, bool isD
 }
 
 Profile* Provider::loadDefaultProfile(int index) {
+    buildDefaults();
     return loadProfileRecord(index, kDefaultName, true);
 }
 
@@ -241,6 +242,7 @@ std::set<ProfileEndpoint*> Provider::loadEndpointRecords(int index, bool isDefau
 }
 
 std::set<ProfileEndpoint*> Provider::loadDefaultProfileEndpoints(int index) {
+    buildDefaults();
     return loadEndpointRecords(index, true);
 }
 
@@ -490,6 +492,7 @@ GeqPreset* Provider::loadGeqRecord(int index, bool isDefault, const StartupSnaps
 }
 
 GeqPreset* Provider::loadDefaultGeqPreset(int index) {
+    buildDefaults();
     return loadGeqRecord(index, true);
 }
 
@@ -510,7 +513,13 @@ void Provider::releaseReads() {
 }
 
 int Provider::init() {
-    return init(readStartupSnapshot());
+    const StartupSnapshot snapshot = readStartupSnapshot();
+    const int result = init(snapshot);
+    if (result == 0) {
+        // Whoever starts without a snapshot reads everything: one read serves both.
+        buildDefaults(snapshot);
+    }
+    return result;
 }
 
 int Provider::init(const StartupSnapshot& snapshot) {
@@ -551,7 +560,8 @@ int Provider::init(const StartupSnapshot& snapshot) {
 }
 
 // In the order the sound context loads them: a profile's working records,
-// then its factory ones; then the devices of every port.
+// then the devices of every port. A start needs no profile's factory
+// records, so they wait for the first that is asked for (buildDefaults).
 void Provider::buildRecords(const StartupSnapshot& snapshot) {
     mBuilt.clear();
     for (int index = 0; index < mNumProfiles; ++index) {
@@ -561,15 +571,30 @@ void Provider::buildRecords(const StartupSnapshot& snapshot) {
             built.push_back(endpoint);
         }
         built.push_back(loadGeqRecord(index, false, &snapshot));
+        mBuilt.insert(built.begin(), built.end());
+    }
+    mDefaultsBuilt = false;
+    for (size_t port = 0; port < kPortCount; ++port) {
+        cacheDeviceTunings(static_cast<Port>(port), &snapshot);
+    }
+}
+
+void Provider::buildDefaults() {
+    if (!mDefaultsBuilt) {
+        buildDefaults(readStartupSnapshot());
+    }
+}
+
+void Provider::buildDefaults(const StartupSnapshot& snapshot) {
+    mDefaultsBuilt = true;
+    for (int index = 0; index < mNumProfiles; ++index) {
+        std::vector<const ParameterValues*> built;
         built.push_back(loadProfileRecord(index, kDefaultName, true, &snapshot));
         for (ProfileEndpoint* endpoint : loadEndpointRecords(index, true, &snapshot)) {
             built.push_back(endpoint);
         }
         built.push_back(loadGeqRecord(index, true, &snapshot));
         mBuilt.insert(built.begin(), built.end());
-    }
-    for (size_t port = 0; port < kPortCount; ++port) {
-        cacheDeviceTunings(static_cast<Port>(port), &snapshot);
     }
 }
 

@@ -130,14 +130,15 @@ public:
     // Between these, reads share one read transaction, which any write ends.
     void holdReads();
     void releaseReads();
-    // Counts the default profiles and builds their records (factory and
-    // working profile, endpoints and GEQ preset) and the devices of every
-    // port from `snapshot`, asking SQL for what it did not read: 0, -19 when
-    // the database holds no default profile, -5 when it could not be read.
-    // The first load of a record built here hands it out as built; later
-    // loads read its row again.
+    // Counts the default profiles and builds their working records (profile,
+    // endpoints and GEQ preset) and the devices of every port from
+    // `snapshot`, asking SQL for what it did not read: 0, -19 when the
+    // database holds no default profile, -5 when it could not be read. The
+    // factory records are built, all in one read, when the first of them is
+    // loaded. The first load of a record built so hands it out as built;
+    // later loads read its row again.
     int init(const StartupSnapshot& snapshot);
-    // init() with a snapshot read now.
+    // init() with a snapshot read now, which builds the factory records too.
     int init();
     // The factory IEQ curves, each from `snapshot` or else SQL.
     void loadIeqPresets(const StartupSnapshot& snapshot);
@@ -166,6 +167,10 @@ private:
     GeqPreset* loadGeqRecord(int index, bool isDefault, const StartupSnapshot* snapshot = nullptr);
     IeqPreset* loadIeqRecord(PresetType type, const StartupSnapshot* snapshot);
     void buildRecords(const StartupSnapshot& snapshot);
+    // The first time a factory record is asked for: every profile's factory
+    // records from one read, as init() builds the working ones.
+    void buildDefaults();
+    void buildDefaults(const StartupSnapshot& snapshot);
     // Reads the device tunings of `port` into the cache unless it holds them.
     void cacheDeviceTunings(Port port, const StartupSnapshot* snapshot);
     // Whether `record` was built by init() and not handed out since; it is now.
@@ -192,8 +197,10 @@ private:
     int32_t mNumProfiles = 0;
     std::map<Port, std::vector<std::unique_ptr<DeviceTuning>>> mDeviceTunings;
     std::array<std::unique_ptr<IeqPreset>, kPresetTypeCount> mIeqPresets;
-    // Records init() built that no load has handed out yet.
+    // Records init() or buildDefaults() built that no load has handed out yet.
     std::unordered_set<const ParameterValues*> mBuilt;
+    // Whether buildDefaults() ran since the last init().
+    bool mDefaultsBuilt = false;
     // Whether mIeqPresets[type] holds its stored curve: factory rows change
     // only with a rebuild, which comes before any reader.
     std::array<bool, kPresetTypeCount> mIeqLoaded{};
