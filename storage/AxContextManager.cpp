@@ -113,10 +113,11 @@ bool AxContextManager::loadLocked(const std::string& file) {
         return false;
     }
     // From here the start only reads: every row it builds records from is
-    // read in one pass, and the provider builds them all from that. The
-    // lookups that follow (tunings, settings) share the read transaction.
+    // read in one pass (the factory rows of the profiles only counted), and
+    // the provider builds the records from that. The lookups that follow
+    // (tunings, settings) share the read transaction.
     mProvider->holdReads();
-    StartupSnapshot snapshot = mProvider->readStartupSnapshot();
+    StartupSnapshot snapshot = mProvider->readStartupSnapshot(false);
     int result = mProvider->init(snapshot);
     // A file that just failed to parse would fail again, and log it twice.
     if (result == android::NO_INIT && !rebuilt && mDefaultFileProblem.empty()) {
@@ -125,7 +126,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
               __func__);
         if (initDatabase(*mProvider, file, true)) {
             mProvider->holdReads();
-            snapshot = mProvider->readStartupSnapshot();
+            snapshot = mProvider->readStartupSnapshot(false);
             result = mProvider->init(snapshot);
         }
     }

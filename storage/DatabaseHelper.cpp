@@ -132,9 +132,9 @@ bool DatabaseHelper::getAllRows(std::vector<RowData>& rows, const std::string& s
     return mConnection.readRows(rows, sql);
 }
 
-StartupSnapshot DatabaseHelper::readStartupSnapshot() {
+StartupSnapshot DatabaseHelper::readStartupSnapshot(const char* countedOnly) {
     Guard guard(mConnection.lock());
-    return StartupSnapshot::read(mConnection);
+    return StartupSnapshot::read(mConnection, countedOnly);
 }
 
 const std::vector<RowData>& DatabaseHelper::lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,

@@ -96,8 +96,9 @@ public:
     // such table or column) reads as no rows.
     bool getAllRows(std::vector<RowData>& rows, const std::string& sql);
 
-    // Every row a start builds records from, read in one pass.
-    StartupSnapshot readStartupSnapshot();
+    // Every row a start builds records from, read in one pass; see
+    // StartupSnapshot::read for `countedOnly`.
+    StartupSnapshot readStartupSnapshot(const char* countedOnly = nullptr);
     // See SettingsConnection::holdReads.
     void holdReads() { mConnection.holdReads(); }
     void releaseReads() { mConnection.releaseReads(); }

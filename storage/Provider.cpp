@@ -500,8 +500,8 @@ GeqPreset* Provider::loadGeqPreset(int index) {
     return loadGeqRecord(index, false);
 }
 
-StartupSnapshot Provider::readStartupSnapshot() {
-    return mHelper->readStartupSnapshot();
+StartupSnapshot Provider::readStartupSnapshot(bool factoryRows) {
+    return mHelper->readStartupSnapshot(factoryRows ? nullptr : kDefaultName);
 }
 
 void Provider::holdReads() {

@@ -125,8 +125,10 @@ public:
 
     GeqPreset* loadDefaultGeqPreset(int index);
     GeqPreset* loadGeqPreset(int index);
-    // Every row a start builds records from, read in one pass.
-    StartupSnapshot readStartupSnapshot();
+    // Every row a start builds records from, read in one pass; without
+    // `factoryRows`, the "default" rows of a profile's records are counted
+    // only (enough for init(), which builds no factory record).
+    StartupSnapshot readStartupSnapshot(bool factoryRows = true);
     // Between these, reads share one read transaction, which any write ends.
     void holdReads();
     void releaseReads();

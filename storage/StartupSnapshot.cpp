@@ -20,18 +20,23 @@ std::string cellString(sqlite3_stmt* stmt, int column) {
     return text != nullptr ? reinterpret_cast<const char*>(text) : "";
 }
 
-// The read tables and the columns Provider::init finds a record's rows by.
-const std::pair<TableType, std::vector<std::string>> kReadTables[] = {
-    {PROFILE, {"profile_id", "custom_name"}},
-    {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}},
-    {GEQ_PRESET, {"profile_id", "custom_name"}},
-    {IEQ_PRESET, {"preset_type", "custom_name"}},
-    {DEVICE_TUNING, {"port"}},
+// The read tables, the columns Provider::init finds a record's rows by, and
+// whether rows may be counted only (those of a profile's records).
+const struct {
+    TableType type;
+    std::vector<std::string> keyColumns;
+    bool countable;
+} kReadTables[] = {
+    {PROFILE, {"profile_id", "custom_name"}, true},
+    {PROFILE_ENDPOINT, {"profile_id", "endpoint", "custom_name"}, true},
+    {GEQ_PRESET, {"profile_id", "custom_name"}, true},
+    {IEQ_PRESET, {"preset_type", "custom_name"}, false},
+    {DEVICE_TUNING, {"port"}, false},
 };
 
 }  // namespace
 
-StartupSnapshot StartupSnapshot::read(SettingsConnection& connection) {
+StartupSnapshot StartupSnapshot::read(SettingsConnection& connection, const char* countedOnly) {
     StartupSnapshot snapshot;
     sqlite3* db = connection.handle();
     if (db == nullptr) {
@@ -41,10 +46,13 @@ StartupSnapshot StartupSnapshot::read(SettingsConnection& connection) {
     const bool ownTransaction =
             sqlite3_get_autocommit(db) != 0 && sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
     const std::set<TableType> own = ownTables(connection);
-    for (const auto& [type, keyColumns] : kReadTables) {
+    for (const auto& read : kReadTables) {
         Table table;
-        if (own.count(type) != 0 && readTable(connection, type, keyColumns, &table)) {
-            snapshot.mTables.emplace(type, std::move(table));
+        if (read.countable && countedOnly != nullptr) {
+            table.countedOnly = countedOnly;
+        }
+        if (own.count(read.type) != 0 && readTable(connection, read.type, read.keyColumns, &table)) {
+            snapshot.mTables.emplace(read.type, std::move(table));
         }
     }
     if (ownTransaction) {
@@ -123,6 +131,9 @@ bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,
                     sqlite3_column_type(stmt, first) == SQLITE_INTEGER ? std::to_string(sqlite3_column_int(stmt, first))
                     : sqlite3_column_type(stmt, first) == SQLITE_TEXT  ? cellString(stmt, first)
                                                                        : std::string());
+            if (!table->countedOnly.empty() && lastKey == table->countedOnly) {
+                continue;
+            }
         }
         Key key;
         for (int i : keyIndexes) {
@@ -160,6 +171,9 @@ const std::vector<RowData>* StartupSnapshot::rows(TableType type, const Key& key
         if (value.find('\0') != std::string::npos) {
             return nullptr;  // SQL refuses such a statement, and says so
         }
+    }
+    if (!key.empty() && !table->second.countedOnly.empty() && key.back() == table->second.countedOnly) {
+        return nullptr;  // counted, not kept
     }
     auto selected = table->second.rows.find(key);
     return selected != table->second.rows.end() ? &selected->second : &kNone;

@@ -32,7 +32,11 @@ public:
     StartupSnapshot& operator=(StartupSnapshot&&) = default;
 
     // Reads the tables through `connection`, whose lock the caller holds.
-    static StartupSnapshot read(SettingsConnection& connection);
+    // Rows of the profile, profile endpoint and GEQ preset tables whose
+    // "custom_name" is `countedOnly` are counted and numbered (see
+    // countWithLastKey) but their cells are not kept: rows() gives null for
+    // them, so the caller asks SQL. A start builds no factory record.
+    static StartupSnapshot read(SettingsConnection& connection, const char* countedOnly = nullptr);
 
     // The cells of the rows of `type` whose key columns hold `key`, row after
     // row in table order; null when the table was not read (and the caller
@@ -55,6 +59,8 @@ private:
         // The first key's text of every row, by the text of its last key
         // column, whatever the others hold.
         std::map<std::string, std::vector<std::string>> firstKeys;
+        // The last key whose rows are counted only; "" when all are kept.
+        std::string countedOnly;
     };
 
     // Which tables are exactly as the schema creates them, in a UTF-8 database.

@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include "storage/Provider.h"
+#include "storage/StartupSnapshot.h"
 #include "tests/storage/StorageTest.h"
 
 namespace orvan::test {
@@ -242,8 +243,12 @@ TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndReloadsIntoNewRecords) {
 }
 
 // A working row lost from the database (a damaged file repaired by hand, an
-// interrupted tool) must not reach the engine as empty values.
-TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSave) {
+// interrupted tool) must not reach the engine as empty values: whether the
+// provider's read kept the factory rows (the tools) or only counted them
+// (the service's start).
+class MissingRowsTest : public ProviderTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(MissingRowsTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSave) {
     DatabaseHelper db(Provider::kDatabaseFile);
     for (const char* table : {"profiles", "profile_endpoints", "geq_presets"}) {
         ASSERT_TRUE(db.execSQL(std::string("DELETE FROM ") + table + " WHERE custom_name='custom' AND profile_id='1'"));
@@ -259,7 +264,7 @@ TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSa
     ASSERT_EQ(rowCounts(), "3/9/3/");
 
     Provider provider;
-    ASSERT_EQ(provider.init(), 0);
+    ASSERT_EQ(provider.init(provider.readStartupSnapshot(GetParam())), 0);
     Profile* profile = provider.loadProfile(1);
     GeqPreset* geq = provider.loadGeqPreset(1);
     EXPECT_TRUE(profile->equals(profileRecord(1)));
@@ -275,6 +280,11 @@ TEST_F(ProviderTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSa
     EXPECT_EQ(rowCounts(), "4/12/4/");
     EXPECT_TRUE(provider.reset(profile)->equals(profileRecord(1))) << "a default row changed";
 }
+
+INSTANTIATE_TEST_SUITE_P(Reads, MissingRowsTest, ::testing::Values(true, false),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                             return info.param ? "FactoryRowsKept" : "FactoryRowsCounted";
+                         });
 
 }  // namespace
 }  // namespace orvan::test
