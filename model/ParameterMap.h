@@ -8,10 +8,9 @@
 #include <vector>
 
 #include "model/Parameter.h"
+#include "model/Values.h"
 
 namespace orvan {
-
-using Values = std::vector<int32_t>;
 
 // The values of one record by parameter, iterated in parameter order. A start
 // fills thousands of these, so an entry is a slot in a few shared blocks found

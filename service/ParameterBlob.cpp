@@ -52,8 +52,8 @@ uint8_t ParameterBlob::byte(uint32_t offset) const {
     return mData[offset];
 }
 
-std::vector<int32_t> ParameterBlob::words(uint32_t offset) const {
-    std::vector<int32_t> values;
+orvan::Values ParameterBlob::words(uint32_t offset) const {
+    orvan::Values values;
     for (uint32_t at = offset; holds(at, 4); at += 4) {
         values.push_back(static_cast<int32_t>(readWord(at)));
     }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+
+#include "model/Values.h"
 
 namespace android {
 
@@ -21,7 +22,7 @@ public:
     int32_t word(uint32_t offset) const;
     uint8_t byte(uint32_t offset) const;
     // Every whole word from `offset` to the end; empty when there is none.
-    std::vector<int32_t> words(uint32_t offset) const;
+    orvan::Values words(uint32_t offset) const;
 
     // Writes `value` at byte `offset` of a blob of `length` bytes; false when
     // it does not hold the whole word, which is then left alone.

@@ -226,7 +226,7 @@ std::vector<std::string> TableSchema::valuesByColumn(TableType type, const std::
     return byColumn;
 }
 
-void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
+void string2IntVector(const std::string& text, Values& values) {
     // Reads as `stream >> int32_t` does in the classic locale (skipped white
     // space, an optional sign, decimal digits, nothing pushed on overflow),
     // without a stream: the load runs this for every stored cell. Numbers
@@ -235,7 +235,7 @@ void string2IntVector(const std::string& text, std::vector<int32_t>& values) {
     int32_t batch[kBatch];
     size_t held = 0;
     const auto flush = [&] {
-        values.insert(values.end(), batch, batch + held);
+        values.append(batch, held);
         held = 0;
     };
     const char* next = text.data();

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "model/Values.h"
 #include "storage/TableType.h"
 
 namespace orvan {
@@ -15,7 +16,7 @@ namespace orvan {
 // Parses the stored text of a value list ("1,2,3", "7 8"): reads signed decimal
 // numbers, each optionally followed by one "," or " ", and stops silently at the
 // first text that is no number. Appends to `values`.
-void string2IntVector(const std::string& text, std::vector<int32_t>& values);
+void string2IntVector(const std::string& text, Values& values);
 
 // The tables of the settings database as this service creates them, and how
 // a record's text form ("key=value" lines) maps onto a table's value

@@ -124,7 +124,7 @@ Values NodeParseUtils::parseMixMatrix(TagIterator& it) {
             reportUneven(it, text);
             return {};
         }
-        matrix.insert(matrix.end(), values.begin(), values.end());
+        matrix.append(values.data(), values.size());
     }
     return matrix;
 }

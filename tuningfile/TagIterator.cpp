@@ -156,7 +156,7 @@ std::string TagIterator::getNodeName() const {
     return reinterpret_cast<const char*>(mCurrent->name);
 }
 
-void TagIterator::parseNodeIntVector(std::vector<int32_t>& out) const {
+void TagIterator::parseNodeIntVector(Values& out) const {
     if (mCurrent == nullptr) {
         ALOGE("Invalid node when parsing String vector.");
         return;

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/Values.h"
 #include "tuningfile/ParseDiagnostics.h"
 
 // libxml2 stays out of our headers.
@@ -48,7 +49,7 @@ public:
     // "" when the cursor is off the end.
     virtual std::string getNodeName() const;
     // Every attribute value in document order, each read as one integer.
-    virtual void parseNodeIntVector(std::vector<int32_t>& out) const;
+    virtual void parseNodeIntVector(Values& out) const;
     // Replaces `out` with every attribute value in document order.
     virtual void parseNodeAll(std::vector<std::string>& out) const;
     // Appends one value per name, in the order of `names`, "" for a name the

@@ -77,9 +77,9 @@ inline void sortEntries(std::vector<CommandEntry>& entries) {
 
 // What the store holds for a parameter of a device; {-999} when nothing.
 inline Values storedValues(int32_t device, TevParameter parameter) {
-    Values values = {-999};
+    std::vector<int32_t> values = {-999};
     android::TevParamStore::getInstance().getStoredParams(device, tevParameterId(parameter), &values);
-    return values;
+    return Values(values);
 }
 
 using StoreSnapshot = std::map<std::pair<int32_t, int32_t>, Values>;
@@ -87,7 +87,7 @@ using StoreSnapshot = std::map<std::pair<int32_t, int32_t>, Values>;
 inline StoreSnapshot snapshotStore() {
     StoreSnapshot snapshot;
     for (const android::TevStoredParam& p : android::TevParamStore::getInstance().getCommittedParams()) {
-        snapshot[{p.device, p.id}] = p.values;
+        snapshot[{p.device, p.id}] = Values(p.values);
     }
     return snapshot;
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "model/DeviceData.h"
@@ -110,6 +111,60 @@ TEST(ParameterMapTest, EqualMapsHoldTheSameParametersWithTheSameValues) {
     copy[geq_gain].push_back(3);
     EXPECT_EQ(*a.find(geq_gain), (Values{1, 2})) << "a copy holds values of its own";
     EXPECT_EQ(a.find(surround_boost), nullptr);
+}
+
+// Short lists live inside the list, longer ones on the heap: every way of
+// copying, moving and growing must keep the numbers across that boundary.
+TEST(ValuesTest, CopiesMovesAndGrowthKeepTheNumbersOnBothSidesOfTheInlineSize) {
+    for (size_t length : {size_t{0}, size_t{1}, Values::kInline, Values::kInline + 1, size_t{20}}) {
+        SCOPED_TRACE("length " + std::to_string(length));
+        std::vector<int32_t> expected;
+        Values values;
+        for (size_t i = 0; i < length; ++i) {
+            expected.push_back(static_cast<int32_t>(100 + i));
+            values.push_back(expected.back());
+        }
+        EXPECT_EQ(values.toVector(), expected) << "grown one by one";
+
+        Values copy = values;
+        copy.push_back(-1);
+        EXPECT_EQ(values.toVector(), expected) << "a copy holds numbers of its own";
+
+        Values assigned = {9, 9, 9, 9, 9, 9, 9, 9, 9};
+        assigned = values;
+        EXPECT_EQ(assigned, values) << "copied over a longer list";
+        Values& self = assigned;
+        assigned = self;
+        EXPECT_EQ(assigned.toVector(), expected) << "assigned to itself";
+
+        Values moved = std::move(copy);
+        EXPECT_EQ(moved.size(), length + 1);
+        EXPECT_EQ(moved.back(), -1);
+        Values target = {1};
+        target = std::move(moved);
+        EXPECT_EQ(target.size(), length + 1) << "moved over a short list";
+        Values longTarget(30, 5);
+        longTarget = std::move(target);
+        EXPECT_EQ(longTarget.size(), length + 1) << "moved over a long list";
+        longTarget.push_back(-2);
+        EXPECT_EQ(longTarget[length], -1);
+
+        Values appended = {7};
+        appended.append(expected.data(), expected.size());
+        expected.insert(expected.begin(), 7);
+        EXPECT_EQ(appended.toVector(), expected) << "appended behind one number";
+    }
+}
+
+TEST(ValuesTest, EqualityComparesTheNumbersNotWhereTheyAreHeld) {
+    Values grown(20, 1);
+    grown.clear();
+    grown.push_back(3);
+    grown.push_back(4);
+    EXPECT_EQ(grown, (Values{3, 4})) << "a list that once was long equals a short one with its numbers";
+    EXPECT_NE(grown, (Values{3}));
+    EXPECT_NE(grown, (Values{3, 5}));
+    EXPECT_EQ(Values(), Values(std::vector<int32_t>{}));
 }
 
 TEST(DeviceDataTest, ValidateDataTurnsTheIeqOffWhereItIsDisabled) {

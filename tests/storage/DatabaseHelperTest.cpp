@@ -27,7 +27,7 @@ TEST(String2IntVectorTest, ParsesStoredValueText) {
         Values values{99};
         string2IntVector(c.text, values);
         Values expected{99};
-        expected.insert(expected.end(), c.expected.begin(), c.expected.end());
+        expected.append(c.expected.data(), c.expected.size());
         EXPECT_EQ(values, expected) << c.text;
     }
     // A long list, then a number too large: everything before it is kept.

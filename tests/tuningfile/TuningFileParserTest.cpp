@@ -272,7 +272,7 @@ TEST_F(TagIteratorTest, EndOfChainEmptyStackAndClearedDocumentAreHarmless) {
     mIterator.childrenNext();
     EXPECT_FALSE(mIterator.isCurValid() || mIterator.isElementNode() || mIterator.isNextValid());
     EXPECT_EQ(mIterator.getNodeName(), "");
-    std::vector<int32_t> numbers;
+    Values numbers;
     std::vector<std::string> texts;
     mIterator.parseNodeIntVector(numbers);
     mIterator.parseNodeAll(texts);
