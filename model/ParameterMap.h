@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "model/Parameter.h"
+#include "model/ParameterSet.h"
 #include "model/Values.h"
 
 namespace orvan {
@@ -29,11 +30,11 @@ public:
         using pointer = const Entry*;
         using reference = const Entry&;
 
-        const_iterator(const ParameterMap* map, size_t parameter) : mMap(map), mParameter(parameter) {}
-        reference operator*() const { return mMap->mEntries[mMap->mSlots[mParameter] - 1]; }
+        const_iterator(const ParameterMap* map, ParameterSet::const_iterator held) : mMap(map), mHeld(held) {}
+        reference operator*() const { return mMap->mEntries[mMap->mSlots[*mHeld] - 1]; }
         pointer operator->() const { return &**this; }
         const_iterator& operator++() {
-            mParameter = mMap->nextHeld(mParameter + 1);
+            ++mHeld;
             return *this;
         }
         const_iterator operator++(int) {
@@ -41,16 +42,16 @@ public:
             ++*this;
             return before;
         }
-        bool operator==(const const_iterator& other) const { return mParameter == other.mParameter; }
-        bool operator!=(const const_iterator& other) const { return mParameter != other.mParameter; }
+        bool operator==(const const_iterator& other) const { return mHeld == other.mHeld; }
+        bool operator!=(const const_iterator& other) const { return mHeld != other.mHeld; }
 
     private:
         const ParameterMap* mMap;
-        size_t mParameter;
+        ParameterSet::const_iterator mHeld;
     };
 
-    const_iterator begin() const { return const_iterator(this, nextHeld(0)); }
-    const_iterator end() const { return const_iterator(this, kParameterCount); }
+    const_iterator begin() const { return const_iterator(this, mHeld.begin()); }
+    const_iterator end() const { return const_iterator(this, mHeld.end()); }
     size_t size() const { return mEntries.size(); }
     bool empty() const { return mEntries.empty(); }
 
@@ -65,17 +66,11 @@ public:
     bool operator!=(const ParameterMap& other) const { return !(*this == other); }
 
 private:
-    static constexpr size_t kWordBits = 64;
-    static constexpr size_t kWords = (kParameterCount + kWordBits - 1) / kWordBits;
-
-    // The first parameter from `from` on that holds values; kParameterCount when none.
-    size_t nextHeld(size_t from) const;
-
     // In the order they were added, so that adding never moves one.
     std::deque<Entry> mEntries;
     // By parameter: 1 + the entry's position, 0 when absent.
     uint8_t mSlots[kParameterCount] = {};
-    uint64_t mHeld[kWords] = {};
+    ParameterSet mHeld;
 };
 
 }  // namespace orvan

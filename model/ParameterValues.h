@@ -1,16 +1,14 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "model/Parameter.h"
 #include "model/ParameterMap.h"
+#include "model/ParameterSet.h"
 
 namespace orvan {
-
-using ParameterSet = std::set<Parameter>;
 
 // Base of every parameter-carrying record: a dirty-tracked map from Parameter
 // to a list of 32-bit values, plus the database row id (-1 until stored).
