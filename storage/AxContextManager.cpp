@@ -91,7 +91,8 @@ void AxContextManager::init() {
 }
 
 bool AxContextManager::loadLocked(const std::string& file) {
-    mProvider = std::make_unique<Provider>();
+    // The open's schema check and the start's reads share one read transaction.
+    mProvider = std::make_unique<Provider>(SettingsConnection::Reads::kHeld);
     if (!mProvider->getSetAsideAtOpen().empty()) {
         mSetAsideDatabase = mProvider->getSetAsideAtOpen();
     }

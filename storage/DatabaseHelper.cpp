@@ -30,8 +30,8 @@ std::string sqlText(const std::string& text) {
 
 }  // namespace
 
-DatabaseHelper::DatabaseHelper(const std::string& fileName)
-    : mConnection(DevicePaths::dataDirectory(), fileName) {
+DatabaseHelper::DatabaseHelper(const std::string& fileName, SettingsConnection::Reads afterOpen)
+    : mConnection(DevicePaths::dataDirectory(), fileName, afterOpen) {
     mKnownRowCounts.fill(-1);
 }
 

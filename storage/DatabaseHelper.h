@@ -39,7 +39,8 @@ namespace orvan {
 // from, and the reading of stored cells into records (CellReader).
 class DatabaseHelper {
 public:
-    explicit DatabaseHelper(const std::string& fileName);
+    explicit DatabaseHelper(const std::string& fileName,
+                            SettingsConnection::Reads afterOpen = SettingsConnection::Reads::kReleased);
     ~DatabaseHelper();
     DatabaseHelper(const DatabaseHelper&) = delete;
     DatabaseHelper& operator=(const DatabaseHelper&) = delete;

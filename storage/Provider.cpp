@@ -28,7 +28,8 @@ bool parseIndex(const std::string& text, long* value) {
 
 }  // namespace
 
-Provider::Provider() : mHelper(std::make_unique<DatabaseHelper>(kDatabaseFile)) {
+Provider::Provider(SettingsConnection::Reads afterOpen)
+    : mHelper(std::make_unique<DatabaseHelper>(kDatabaseFile, afterOpen)) {
     // Made up front so an IEQ preset can be asked for before init().
     for (size_t i = 0; i < kPresetTypeCount; ++i) {
         mIeqPresets[i] = std::make_unique<IeqPreset>(static_cast<PresetType>(i));

@@ -18,6 +18,7 @@
 #include "model/Profile.h"
 #include "model/ProfileEndpoint.h"
 #include "model/Tuning.h"
+#include "storage/SettingsConnection.h"
 
 namespace orvan {
 
@@ -48,8 +49,8 @@ public:
     static constexpr const char* kDefaultName = "default";
     static constexpr const char* kDatabaseFile = "zel_sqlite3.db";
 
-    // Opens the database in the data directory.
-    Provider();
+    // Opens the database in the data directory; see SettingsConnection::Reads.
+    explicit Provider(SettingsConnection::Reads afterOpen = SettingsConnection::Reads::kReleased);
 
     // Why the database cannot serve (see DatabaseHelper::getOpenProblem); "" when it can.
     const std::string& getOpenProblem() const;

@@ -52,7 +52,9 @@ std::string findDamage(sqlite3* db, bool* busy) {
 
 // A database holding some but not all of the tables was not written by this
 // service, whose schema changes happen in one transaction.
-std::string findPartialSchema(sqlite3* db, bool* busy) {
+// With `keepReads`, the read transaction stays open when the schema is whole;
+// `*held` tells whether it does.
+std::string findPartialSchema(sqlite3* db, bool keepReads, bool* busy, bool* held) {
     std::string sql = "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN (";
     for (const std::string& table : TableSchema::tableNames()) {
         sql += "'" + table + "',";
@@ -72,7 +74,8 @@ std::string findPartialSchema(sqlite3* db, bool* busy) {
     }
     const int tables = ret == SQLITE_ROW ? sqlite3_column_int(count.get(), 0) : 0;
     count.reset();
-    if (begun) {
+    *held = begun && keepReads && ret == SQLITE_ROW && (tables == 0 || tables == static_cast<int>(kTableTypeCount));
+    if (begun && !*held) {
         SettingsConnection::endReads(db);
     }
     if (ret != SQLITE_ROW) {
@@ -256,8 +259,8 @@ void SettingsConnection::Closer::operator()(sqlite3* db) const {
     sqlite3_close_v2(db);
 }
 
-SettingsConnection::SettingsConnection(const std::string& directory, const std::string& fileName)
-    : mPath(directory + fileName) {
+SettingsConnection::SettingsConnection(const std::string& directory, const std::string& fileName, Reads afterOpen)
+    : mPath(directory + fileName), mAfterOpen(afterOpen) {
     // Opening with SQLITE_OPEN_CREATE would fail later, at the first write, in an
     // unwritable directory; refuse it here so every operation sees a null handle.
     if (access(directory.c_str(), W_OK | X_OK) != 0) {
@@ -327,9 +330,10 @@ void SettingsConnection::open() {
     const std::string marker = path + kCheckMarkerSuffix;
     const bool check = fileSize(path + "-journal") > 0 || pathExists(marker);
     bool busy = false;
+    bool held = false;
     std::string damage = check ? findDamage(raw, &busy) : std::string();
     if (damage.empty() && !busy) {
-        damage = findPartialSchema(raw, &busy);
+        damage = findPartialSchema(raw, mAfterOpen == Reads::kHeld, &busy, &held);
     }
     if (busy) {
         // Nothing read now can be trusted to tell an unchanged database from
@@ -345,6 +349,7 @@ void SettingsConnection::open() {
             std::remove(marker.c_str());
         }
         mDb.reset(raw);
+        mReadsHeld = held;
         return;
     }
     sqlite3_close_v2(raw);

@@ -49,8 +49,13 @@ public:
     // full check.
     static constexpr const char* kCheckMarkerSuffix = ".check";
 
+    // What the open leaves behind: nothing, or the read transaction in which
+    // it checked the schema, held as holdReads() holds it (a start, which
+    // reads on at once, so locks the file once instead of twice).
+    enum class Reads { kReleased, kHeld };
+
     // Opens `fileName` in `directory` (which ends with "/").
-    SettingsConnection(const std::string& directory, const std::string& fileName);
+    SettingsConnection(const std::string& directory, const std::string& fileName, Reads afterOpen = Reads::kReleased);
     ~SettingsConnection();
     SettingsConnection(const SettingsConnection&) = delete;
     SettingsConnection& operator=(const SettingsConnection&) = delete;
@@ -167,6 +172,7 @@ private:
     bool mDamaged = false;
     // Whether holdReads() began the open read transaction.
     bool mReadsHeld = false;
+    Reads mAfterOpen;
     mutable std::recursive_mutex mLock;
 };
 
