@@ -42,16 +42,25 @@ int32_t TevParamStore::commitChange() {
         return 0;
     }
     Command& command = staged->second;
-    // In staging order, so that a later stage of a pair is the one kept.
+    // In staging order, so that a later stage of a pair is the one kept. A
+    // command stages one device's parameters after another's: its cache is
+    // looked up once per run of them.
+    std::vector<uint64_t> keys;
+    keys.reserve(command.stages.size());
+    TevParamCache* cache = nullptr;
+    int32_t cacheDevice = 0;
     for (const Stage& stage : command.stages) {
-        mCaches[stage.key.first].setParam(stage.key.second, command.values.data() + stage.offset, stage.count);
+        if (cache == nullptr || cacheDevice != stage.key.first) {
+            cacheDevice = stage.key.first;
+            cache = &mCaches[cacheDevice];
+        }
+        cache->setParam(stage.key.second, command.values.data() + stage.offset, stage.count);
+        keys.push_back(static_cast<uint64_t>(static_cast<uint32_t>(stage.key.first)) << 32 |
+                       static_cast<uint32_t>(stage.key.second));
     }
-    // The stages are not needed after this: sorted, they count the pairs.
-    std::vector<Stage>& stages = command.stages;
-    std::sort(stages.begin(), stages.end(), [](const Stage& a, const Stage& b) { return a.key < b.key; });
-    const auto pairs = std::unique(stages.begin(), stages.end(), [](const Stage& a, const Stage& b) {
-                           return a.key == b.key;
-                       }) - stages.begin();
+    // Sorted, the keys count the pairs.
+    std::sort(keys.begin(), keys.end());
+    const auto pairs = std::unique(keys.begin(), keys.end()) - keys.begin();
     mStaged.erase(staged);
     return static_cast<int32_t>(pairs);
 }
