@@ -167,8 +167,17 @@ std::string TableSchema::columnList(TableType type) {
     return " (" + columns + ")";
 }
 
-std::string TableSchema::createStatement(TableType type) {
-    return "CREATE TABLE " + tableName(type) + columnList(type);
+const std::string& TableSchema::createStatement(TableType type) {
+    // Every start compares the stored schema with these.
+    static const std::array<std::string, kTableTypeCount + 1> kStatements = [] {
+        std::array<std::string, kTableTypeCount + 1> statements;
+        for (size_t i = 0; i < statements.size(); ++i) {
+            statements[i] = "CREATE TABLE " + tableName(static_cast<TableType>(i)) + columnList(static_cast<TableType>(i));
+        }
+        return statements;
+    }();
+    const bool known = type >= 0 && static_cast<size_t>(type) < kTableTypeCount;
+    return kStatements[known ? static_cast<size_t>(type) : kTableTypeCount];
 }
 
 std::vector<std::string> TableSchema::tableNames() {

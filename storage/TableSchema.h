@@ -33,7 +33,7 @@ public:
     // " (" + the column list + ")"; the list part is empty for an unknown type.
     static std::string columnList(TableType type);
     // The statement that creates the table, as sqlite_master keeps it.
-    static std::string createStatement(TableType type);
+    static const std::string& createStatement(TableType type);
     // Every table name, in TableType order.
     static std::vector<std::string> tableNames();
     // Which table is called `table`; false for none.
