@@ -45,8 +45,8 @@ int32_t TevParamStore::commitChange() {
     // In staging order, so that a later stage of a pair is the one kept. A
     // command stages one device's parameters after another's: its cache is
     // looked up once per run of them.
-    std::vector<uint64_t> keys;
-    keys.reserve(command.stages.size());
+    std::vector<uint64_t>& keys = mCommitKeys;
+    keys.clear();
     TevParamCache* cache = nullptr;
     int32_t cacheDevice = 0;
     for (const Stage& stage : command.stages) {

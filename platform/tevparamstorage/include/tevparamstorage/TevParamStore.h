@@ -68,6 +68,8 @@ private:
     mutable std::mutex mLock;
     std::map<std::thread::id, Command> mStaged;
     std::map<int32_t, TevParamCache> mCaches;
+    // The keys a commit counts its pairs on; kept for their room.
+    std::vector<uint64_t> mCommitKeys;
 };
 
 }  // namespace android
