@@ -88,7 +88,6 @@ public:
         }
         data()[mSize++] = value;
     }
-    void pop_back() { --mSize; }
     void resize(size_t count, int32_t value = 0) {
         reserve(count);
         std::fill(data() + std::min<size_t>(mSize, count), data() + count, value);

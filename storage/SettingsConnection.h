@@ -170,7 +170,7 @@ private:
     int mLastTransactionSystemError = 0;
     int mNestedBegins = 0;
     bool mDamaged = false;
-    // Whether holdReads() began the open read transaction.
+    // Whether the open read transaction is held (holdReads(), or the open's own).
     bool mReadsHeld = false;
     Reads mAfterOpen;
     mutable std::recursive_mutex mLock;
