@@ -52,16 +52,10 @@ public:
         }
         return *this;
     }
-    Values& operator=(std::initializer_list<int32_t> values) {
-        mSize = 0;
-        append(values.begin(), values.size());
-        return *this;
-    }
 
     int32_t* data() { return onHeap() ? mStore.heap : mStore.local; }
     const int32_t* data() const { return onHeap() ? mStore.heap : mStore.local; }
     size_t size() const { return mSize; }
-    size_t capacity() const { return mCapacity; }
     bool empty() const { return mSize == 0; }
 
     iterator begin() { return data(); }
@@ -71,9 +65,7 @@ public:
 
     int32_t& operator[](size_t i) { return data()[i]; }
     const int32_t& operator[](size_t i) const { return data()[i]; }
-    int32_t& front() { return data()[0]; }
     const int32_t& front() const { return data()[0]; }
-    int32_t& back() { return data()[mSize - 1]; }
     const int32_t& back() const { return data()[mSize - 1]; }
 
     void clear() { mSize = 0; }
@@ -92,10 +84,6 @@ public:
         reserve(count);
         std::fill(data() + std::min<size_t>(mSize, count), data() + count, value);
         mSize = static_cast<uint32_t>(count);
-    }
-    void assign(size_t count, int32_t value) {
-        mSize = 0;
-        resize(count, value);
     }
     template <typename It, typename = std::enable_if_t<!std::is_integral_v<It>>>
     void assign(It first, It last) {
