@@ -118,7 +118,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
     // the provider builds the records from that. The lookups that follow
     // (tunings, settings) share the read transaction.
     mProvider->holdReads();
-    StartupSnapshot snapshot = mProvider->readStartupSnapshot(false);
+    StartupSnapshot snapshot = mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted);
     int result = mProvider->init(snapshot);
     // A file that just failed to parse would fail again, and log it twice.
     if (result == android::NO_INIT && !rebuilt && mDefaultFileProblem.empty()) {
@@ -127,7 +127,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
               __func__);
         if (initDatabase(*mProvider, file, true)) {
             mProvider->holdReads();
-            snapshot = mProvider->readStartupSnapshot(false);
+            snapshot = mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted);
             result = mProvider->init(snapshot);
         }
     }

@@ -501,8 +501,8 @@ GeqPreset* Provider::loadGeqPreset(int index) {
     return loadGeqRecord(index, false);
 }
 
-StartupSnapshot Provider::readStartupSnapshot(bool factoryRows) {
-    return mHelper->readStartupSnapshot(factoryRows ? nullptr : kDefaultName);
+StartupSnapshot Provider::readStartupSnapshot(FactoryRows factoryRows) {
+    return mHelper->readStartupSnapshot(factoryRows == FactoryRows::kKept ? nullptr : kDefaultName);
 }
 
 void Provider::holdReads() {

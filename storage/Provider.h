@@ -126,10 +126,12 @@ public:
 
     GeqPreset* loadDefaultGeqPreset(int index);
     GeqPreset* loadGeqPreset(int index);
-    // Every row a start builds records from, read in one pass; without
-    // `factoryRows`, the "default" rows of a profile's records are counted
-    // only (enough for init(), which builds no factory record).
-    StartupSnapshot readStartupSnapshot(bool factoryRows = true);
+    // What the start-up read does with the "default" rows of a profile's
+    // records: keeps them, or only counts them (enough for init(), which
+    // builds no factory record).
+    enum class FactoryRows { kKept, kCounted };
+    // Every row a start builds records from, read in one pass.
+    StartupSnapshot readStartupSnapshot(FactoryRows factoryRows = FactoryRows::kKept);
     // Between these, reads share one read transaction, which any write ends.
     void holdReads();
     void releaseReads();

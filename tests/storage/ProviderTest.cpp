@@ -246,7 +246,7 @@ TEST_F(ProviderTest, DeviceTuningCacheSharesTuningsAndReloadsIntoNewRecords) {
 // interrupted tool) must not reach the engine as empty values: whether the
 // provider's read kept the factory rows (the tools) or only counted them
 // (the service's start).
-class MissingRowsTest : public ProviderTest, public ::testing::WithParamInterface<bool> {};
+class MissingRowsTest : public ProviderTest, public ::testing::WithParamInterface<Provider::FactoryRows> {};
 
 TEST_P(MissingRowsTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackOnSave) {
     DatabaseHelper db(Provider::kDatabaseFile);
@@ -281,9 +281,11 @@ TEST_P(MissingRowsTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackO
     EXPECT_TRUE(provider.reset(profile)->equals(profileRecord(1))) << "a default row changed";
 }
 
-INSTANTIATE_TEST_SUITE_P(Reads, MissingRowsTest, ::testing::Values(true, false),
-                         [](const ::testing::TestParamInfo<bool>& info) {
-                             return info.param ? "FactoryRowsKept" : "FactoryRowsCounted";
+INSTANTIATE_TEST_SUITE_P(Reads, MissingRowsTest,
+                         ::testing::Values(Provider::FactoryRows::kKept, Provider::FactoryRows::kCounted),
+                         [](const ::testing::TestParamInfo<Provider::FactoryRows>& info) {
+                             return info.param == Provider::FactoryRows::kKept ? "FactoryRowsKept"
+                                                                                 : "FactoryRowsCounted";
                          });
 
 }  // namespace
