@@ -49,13 +49,28 @@ ProfileContext::Defaults::Defaults(Provider* provider, int profile)
 ProfileContext::ProfileContext(Provider* provider, int profile) : mProvider(provider), mId(profile) {}
 
 void ProfileContext::load() {
+    mLoaded = true;
+    // Records still waiting are what init() read and nobody changed since.
+    mWaiting = mProvider->isDeferred(mId);
+    if (!mWaiting) {
+        takeRecords();
+    }
+}
+
+void ProfileContext::takeWaitingRecords() {
+    if (mWaiting) {
+        mWaiting = false;
+        takeRecords();
+    }
+}
+
+void ProfileContext::takeRecords() {
     mProfile = mProvider->loadProfile(mId);
     mProfileEndpoints = mProvider->loadProfileEndpoints(mId);
     mGeqPreset = mProvider->loadGeqPreset(mId);
     if (mProfile == nullptr || mGeqPreset == nullptr || mProfileEndpoints.size() != kEndpointCount) {
-        ALOGE("%s(): profile %d is incomplete in the settings database", __func__, mId);
+        ALOGE("%s(): profile %d is incomplete in the settings database", "load", mId);
     }
-    mLoaded = true;
 }
 
 const ProfileContext::Defaults* ProfileContext::defaults() const {
@@ -67,6 +82,9 @@ const ProfileContext::Defaults* ProfileContext::defaults() const {
 
 bool ProfileContext::save() {
     bool saved = true;
+    if (mWaiting) {
+        return saved;  // nothing was changed
+    }
     const auto saveIfDirty = [&](auto* record) {
         if (record != nullptr && record->isDirty()) {
             saved = mProvider->save(record) && saved;
@@ -81,6 +99,9 @@ bool ProfileContext::save() {
 }
 
 bool ProfileContext::isDirty() const {
+    if (mWaiting) {
+        return false;
+    }
     if ((mProfile != nullptr && mProfile->isDirty()) || (mGeqPreset != nullptr && mGeqPreset->isDirty())) {
         return true;
     }
@@ -93,6 +114,7 @@ bool ProfileContext::isDirty() const {
 }
 
 void ProfileContext::setDirty() {
+    takeWaitingRecords();
     if (mProfile != nullptr) {
         mProfile->setDirty(true);
     }
@@ -107,6 +129,7 @@ void ProfileContext::setDirty() {
 }
 
 void ProfileContext::reset() {
+    takeWaitingRecords();
     mProfile = mProvider->reset(mProfile);
     for (ProfileEndpoint* endpoint : mProfileEndpoints) {
         mProvider->reset(endpoint);
@@ -115,10 +138,22 @@ void ProfileContext::reset() {
 }
 
 GeqPreset* ProfileContext::resetGeq() {
+    takeWaitingRecords();
     return mProvider->reset(mGeqPreset);
 }
 
-ProfileEndpoint* ProfileContext::getProfileEndpoint(Endpoint endpoint) const {
+Profile* ProfileContext::getProfile() {
+    takeWaitingRecords();
+    return mProfile;
+}
+
+GeqPreset* ProfileContext::getSelectedGeqPreset() {
+    takeWaitingRecords();
+    return mGeqPreset;
+}
+
+ProfileEndpoint* ProfileContext::getProfileEndpoint(Endpoint endpoint) {
+    takeWaitingRecords();
     ProfileEndpoint* record = findEndpoint(mProfileEndpoints, endpoint);
     if (record == nullptr) {
         missingEndpoint(endpoint);
@@ -126,12 +161,13 @@ ProfileEndpoint* ProfileContext::getProfileEndpoint(Endpoint endpoint) const {
     return record;
 }
 
-IeqPreset* ProfileContext::getSelectedIeqPreset(Endpoint endpoint) const {
+IeqPreset* ProfileContext::getSelectedIeqPreset(Endpoint endpoint) {
     const ProfileEndpoint* record = getProfileEndpoint(endpoint);
     return mProvider->loadIeqPreset(isIeqEnabled(*record) ? record->getSelectedIeqPreset() : PRESET_OFF);
 }
 
-bool ProfileContext::isProfileSpecificSettingsModified() const {
+bool ProfileContext::isProfileSpecificSettingsModified() {
+    takeWaitingRecords();
     const Defaults* factoryRecords = defaults();
     if (factoryRecords == nullptr) {
         return false;
@@ -158,7 +194,7 @@ bool ProfileContext::isGeqDifferent(const GeqPreset* working, const GeqPreset* f
     return working != factory && differs(working, factory);
 }
 
-bool ProfileContext::isModified() const {
+bool ProfileContext::isModified() {
     if (isProfileSpecificSettingsModified()) {
         return true;
     }
@@ -166,7 +202,8 @@ bool ProfileContext::isModified() const {
     return factoryRecords != nullptr && isGeqDifferent(mGeqPreset, factoryRecords->getGeqPreset());
 }
 
-bool ProfileContext::isGeqModified() const {
+bool ProfileContext::isGeqModified() {
+    takeWaitingRecords();
     return isGeqDifferent(mGeqPreset, mProvider->loadDefaultGeqPreset(mId));
 }
 

@@ -40,7 +40,9 @@ public:
 
     int getId() const { return mId; }
 
-    // (Re)reads the working records from the user's rows; unsaved changes are lost.
+    // (Re)reads the working records from the user's rows; unsaved changes are
+    // lost. Records the provider has not built yet (see Provider::init) are
+    // taken at the first use of the profile instead.
     void load();
     // Writes the working records that changed over the user's rows; true
     // when all were written.
@@ -52,17 +54,17 @@ public:
     void reset();
     GeqPreset* resetGeq();
 
-    Profile* getProfile() const { return mProfile; }
-    GeqPreset* getSelectedGeqPreset() const { return mGeqPreset; }
+    Profile* getProfile();
+    GeqPreset* getSelectedGeqPreset();
     // Ends the process when the profile holds no record for `endpoint`.
-    ProfileEndpoint* getProfileEndpoint(Endpoint endpoint) const;
+    ProfileEndpoint* getProfileEndpoint(Endpoint endpoint);
     // The IEQ curve in force: the "off" curve whenever IEQ is disabled there.
-    IeqPreset* getSelectedIeqPreset(Endpoint endpoint) const;
+    IeqPreset* getSelectedIeqPreset(Endpoint endpoint);
 
-    bool isModified() const;
-    bool isProfileSpecificSettingsModified() const;
+    bool isModified();
+    bool isProfileSpecificSettingsModified();
     // Compares with the factory GEQ row read afresh.
-    bool isGeqModified() const;
+    bool isGeqModified();
 
     // Whether IEQ is switched on in an endpoint record; an absent or empty
     // "ieq_enable" counts as off.
@@ -70,6 +72,10 @@ public:
 
 private:
     static bool isGeqDifferent(const GeqPreset* working, const GeqPreset* factory);
+    // Takes the records from the provider, now or, when load() left that
+    // for later, at the first use.
+    void takeRecords();
+    void takeWaitingRecords();
     // Null until the first load.
     const Defaults* defaults() const;
 
@@ -79,6 +85,8 @@ private:
     std::set<ProfileEndpoint*> mProfileEndpoints;
     GeqPreset* mGeqPreset = nullptr;
     bool mLoaded = false;
+    // Whether load() left taking the records to the first use.
+    bool mWaiting = false;
     // Taken when first compared with: a start compares nothing.
     mutable std::unique_ptr<Defaults> mDefaults;
 };

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <memory>
 #include <set>
 
 #include <log/log.h>
@@ -118,7 +119,8 @@ bool AxContextManager::loadLocked(const std::string& file) {
     // the provider builds the records from that. The lookups that follow
     // (tunings, settings) share the read transaction.
     mProvider->holdReads();
-    StartupSnapshot snapshot = mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted);
+    auto snapshot =
+            std::make_shared<const StartupSnapshot>(mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted));
     int result = mProvider->init(snapshot);
     // A file that just failed to parse would fail again, and log it twice.
     if (result == android::NO_INIT && !rebuilt && mDefaultFileProblem.empty()) {
@@ -127,7 +129,8 @@ bool AxContextManager::loadLocked(const std::string& file) {
               __func__);
         if (initDatabase(*mProvider, file, true)) {
             mProvider->holdReads();
-            snapshot = mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted);
+            snapshot = std::make_shared<const StartupSnapshot>(
+                    mProvider->readStartupSnapshot(Provider::FactoryRows::kCounted));
             result = mProvider->init(snapshot);
         }
     }
@@ -137,7 +140,7 @@ bool AxContextManager::loadLocked(const std::string& file) {
         mContext->load();
         // The factory curves are read now, with every other table, rather than
         // at the first refresh.
-        mProvider->loadIeqPresets(snapshot);
+        mProvider->loadIeqPresets(*snapshot);
     } else {
         mStartProblem = result == android::NO_INIT ? "the settings database " + DevicePaths::dataDirectory() +
                                                 Provider::kDatabaseFile + " holds no profile and " + file +

@@ -9,6 +9,7 @@
 #include <log/log.h>
 #include <utils/Errors.h>
 
+#include "storage/CellReader.h"
 #include "storage/DatabaseHelper.h"
 #include "storage/StartupSnapshot.h"
 
@@ -248,14 +249,17 @@ std::set<ProfileEndpoint*> Provider::loadDefaultProfileEndpoints(int index) {
 }
 
 std::set<ProfileEndpoint*> Provider::loadProfileEndpoints(int index) {
+    buildDeferred(index);
     return loadEndpointRecords(index, false);
 }
 
 Profile* Provider::loadProfile(int index) {
+    buildDeferred(index);
     return loadProfileRecord(index, kCustomName, false);
 }
 
 ProfileEndpoint* Provider::loadProfileEndpoint(int index, Endpoint endpoint) {
+    buildDeferred(index);
     return loadEndpointRecord(index, endpoint, false);
 }
 
@@ -498,6 +502,7 @@ GeqPreset* Provider::loadDefaultGeqPreset(int index) {
 }
 
 GeqPreset* Provider::loadGeqPreset(int index) {
+    buildDeferred(index);
     return loadGeqRecord(index, false);
 }
 
@@ -514,17 +519,24 @@ void Provider::releaseReads() {
 }
 
 int Provider::init() {
-    const StartupSnapshot snapshot = readStartupSnapshot();
+    const auto snapshot = std::make_shared<const StartupSnapshot>(readStartupSnapshot());
     const int result = init(snapshot);
     if (result == 0) {
         // Whoever starts without a snapshot reads everything: one read serves both.
-        buildDefaults(snapshot);
+        buildDefaults(*snapshot);
     }
     return result;
 }
 
-int Provider::init(const StartupSnapshot& snapshot) {
-    int count = snapshot.countWithLastKey(TableType::PROFILE, kDefaultName);
+int Provider::init(std::shared_ptr<const StartupSnapshot> snapshot) {
+    // Records of an earlier init() that wait are built from its rows no more.
+    mStartRows.reset();
+    mDeferred.clear();
+    mDeferredLeft = 0;
+    if (snapshot == nullptr) {
+        snapshot = std::make_shared<const StartupSnapshot>();  // asks SQL for everything
+    }
+    int count = snapshot->countWithLastKey(TableType::PROFILE, kDefaultName);
     if (count < 0) {
         std::vector<std::string> names;
         if (!mHelper->queryProfileNames(names, kDefaultName) && mHelper->isOpen()) {
@@ -555,8 +567,11 @@ int Provider::init(const StartupSnapshot& snapshot) {
         mProfiles.push_back(std::move(profile));
     }
     mNumProfiles = count;
-    checkNumbering(snapshot);
-    buildRecords(snapshot);
+    checkNumbering(*snapshot);
+    buildRecords(*snapshot);
+    if (mDeferredLeft > 0) {
+        mStartRows = std::move(snapshot);
+    }
     return 0;
 }
 
@@ -565,18 +580,59 @@ int Provider::init(const StartupSnapshot& snapshot) {
 // records, so they wait for the first that is asked for (buildDefaults).
 void Provider::buildRecords(const StartupSnapshot& snapshot) {
     mBuilt.clear();
+    mDeferred.assign(static_cast<size_t>(mNumProfiles), false);
     for (int index = 0; index < mNumProfiles; ++index) {
-        std::vector<const ParameterValues*> built;
-        built.push_back(loadProfileRecord(index, kCustomName, false, &snapshot));
-        for (ProfileEndpoint* endpoint : loadEndpointRecords(index, false, &snapshot)) {
-            built.push_back(endpoint);
+        // A profile with a row missing is built now: its record is left
+        // dirty so that the next save writes the row again.
+        if (holdsWorkingRows(index, snapshot)) {
+            mDeferred[index] = true;
+            ++mDeferredLeft;
+        } else {
+            buildWorkingRecords(index, snapshot);
         }
-        built.push_back(loadGeqRecord(index, false, &snapshot));
-        mBuilt.insert(built.begin(), built.end());
     }
     mDefaultsBuilt = false;
     for (size_t port = 0; port < kPortCount; ++port) {
         cacheDeviceTunings(static_cast<Port>(port), &snapshot);
+    }
+}
+
+void Provider::buildWorkingRecords(int index, const StartupSnapshot& snapshot) {
+    std::vector<const ParameterValues*> built;
+    built.push_back(loadProfileRecord(index, kCustomName, false, &snapshot));
+    for (ProfileEndpoint* endpoint : loadEndpointRecords(index, false, &snapshot)) {
+        built.push_back(endpoint);
+    }
+    built.push_back(loadGeqRecord(index, false, &snapshot));
+    mBuilt.insert(built.begin(), built.end());
+}
+
+bool Provider::holdsWorkingRows(int index, const StartupSnapshot& snapshot) const {
+    const std::string id = std::to_string(index);
+    const auto held = [](const std::vector<RowData>* rows) { return rows != nullptr && !rows->empty(); };
+    if (!held(snapshot.rows(PROFILE, {id, kCustomName})) || !held(snapshot.rows(GEQ_PRESET, {id, kCustomName}))) {
+        return false;
+    }
+    for (size_t e = 0; e < kEndpointCount; ++e) {
+        if (!held(snapshot.rows(PROFILE_ENDPOINT, {id, endpointName(static_cast<Endpoint>(e)), kCustomName}))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Provider::isDeferred(int index) const {
+    return index >= 0 && static_cast<size_t>(index) < mDeferred.size() && mDeferred[index];
+}
+
+void Provider::buildDeferred(int index) {
+    if (!isDeferred(index)) {
+        return;
+    }
+    mDeferred[index] = false;
+    buildWorkingRecords(index, *mStartRows);
+    if (--mDeferredLeft == 0) {
+        mStartRows.reset();
     }
 }
 

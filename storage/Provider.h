@@ -142,9 +142,17 @@ public:
     // factory records are built, all in one read, when the first of them is
     // loaded. The first load of a record built so hands it out as built;
     // later loads read its row again.
-    int init(const StartupSnapshot& snapshot);
+    //
+    // A profile whose every working row `snapshot` holds is built at the
+    // first load of one of its working records instead, from `snapshot`,
+    // which the provider keeps until then: what that load hands out is what
+    // init() would have built. A start uses only the selected profile.
+    int init(std::shared_ptr<const StartupSnapshot> snapshot);
     // init() with a snapshot read now, which builds the factory records too.
     int init();
+    // Whether the working records of profile `index` wait for their first
+    // load to be built (see init()).
+    bool isDeferred(int index) const;
     // The factory IEQ curves, each from `snapshot` or else SQL.
     void loadIeqPresets(const StartupSnapshot& snapshot);
 
@@ -172,6 +180,14 @@ private:
     GeqPreset* loadGeqRecord(int index, bool isDefault, const StartupSnapshot* snapshot = nullptr);
     IeqPreset* loadIeqRecord(PresetType type, const StartupSnapshot* snapshot);
     void buildRecords(const StartupSnapshot& snapshot);
+    // Builds the working records of profile `index` from `snapshot`; they
+    // wait in mBuilt for their first load.
+    void buildWorkingRecords(int index, const StartupSnapshot& snapshot);
+    // Whether `snapshot` holds rows for every working record of `index`, so
+    // that building them asks no SQL and leaves them clean.
+    bool holdsWorkingRows(int index, const StartupSnapshot& snapshot) const;
+    // Builds the working records of `index` if they wait for their first load.
+    void buildDeferred(int index);
     // The first time a factory record is asked for: every profile's factory
     // records from one read, as init() builds the working ones.
     void buildDefaults();
@@ -206,6 +222,11 @@ private:
     std::unordered_set<const ParameterValues*> mBuilt;
     // Whether buildDefaults() ran since the last init().
     bool mDefaultsBuilt = false;
+    // By profile index: whether its working records wait for their first
+    // load; mStartRows, which they are built from, is kept while one does.
+    std::vector<bool> mDeferred;
+    int mDeferredLeft = 0;
+    std::shared_ptr<const StartupSnapshot> mStartRows;
     // Whether mIeqPresets[type] holds its stored curve: factory rows change
     // only with a rebuild, which comes before any reader.
     std::array<bool, kPresetTypeCount> mIeqLoaded{};

@@ -91,6 +91,23 @@ TEST_F(AxContextManagerTest, OnlyTheFirstStartBuildsTheDatabaseAndMergesTheOemFi
     EXPECT_TRUE(offers(*mContext, PORT_INTERNAL_SPEAKER, "oem_flip_cover_speaker"));
 }
 
+// A start builds only the profiles it uses: the others come up later as
+// stored, and one whose row went missing is still repaired by the next save.
+TEST_F(AxContextManagerTest, ProfilesTheStartDoesNotUseComeUpAsStoredAndAMissingRowIsWrittenAgain) {
+    ASSERT_TRUE(mContext->setProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount, {7}));
+    ASSERT_TRUE(mContext->save());
+    query("DELETE FROM profile_endpoints WHERE custom_name='custom' AND profile_id='4' AND endpoint='headphone'");
+    const std::string customEndpointRows = "SELECT COUNT(*) FROM profile_endpoints WHERE custom_name='custom'";
+    ASSERT_EQ("14", query(customEndpointRows));
+
+    mContext = startContext();
+    ASSERT_NE(nullptr, mContext);
+    ASSERT_EQ(0, mContext->getSelectedProfile());
+    EXPECT_TRUE(mContext->save());
+    EXPECT_EQ("15", query(customEndpointRows)) << "the missing row was not written again";
+    EXPECT_EQ(Values{7}, mContext->getProfileParameter(2, ENDPOINT_SPEAKER, volume_leveler_amount));
+}
+
 TEST_F(AxContextManagerTest, ReloadFallsBackToTheDefaultDeviceAndKeepsTheUsersChoice) {
     ASSERT_TRUE(mContext->setSelectedTuning(PORT_HEADPHONE, "oem_anc_headset", false));
     RecordingObserver observer;

@@ -264,7 +264,7 @@ TEST_P(MissingRowsTest, MissingCustomRowsComeUpAsFactoryValuesAndAreWrittenBackO
     ASSERT_EQ(rowCounts(), "3/9/3/");
 
     Provider provider;
-    ASSERT_EQ(provider.init(provider.readStartupSnapshot(GetParam())), 0);
+    ASSERT_EQ(provider.init(std::make_shared<const StartupSnapshot>(provider.readStartupSnapshot(GetParam()))), 0);
     Profile* profile = provider.loadProfile(1);
     GeqPreset* geq = provider.loadGeqPreset(1);
     EXPECT_TRUE(profile->equals(profileRecord(1)));
