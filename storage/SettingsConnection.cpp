@@ -13,6 +13,7 @@
 #include <ctime>
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string_view>
 #include <unordered_set>
@@ -53,32 +54,24 @@ std::string findDamage(sqlite3* db, bool* busy) {
 // A database holding some but not all of the tables was not written by this
 // service, whose schema changes happen in one transaction.
 // With `keepReads`, the read transaction stays open when the schema is whole;
-// `*held` tells whether it does.
-std::string findPartialSchema(sqlite3* db, bool keepReads, bool* busy, bool* held) {
-    std::string sql = "SELECT COUNT(*) FROM sqlite_master WHERE type='table' AND name IN (";
-    for (const std::string& table : TableSchema::tableNames()) {
-        sql += "'" + table + "',";
-    }
-    sql.back() = ')';
-    // Reading the schema and counting in one read transaction locks the file once.
+// `*held` tells whether it does, and `*schema` is what it read.
+std::string findPartialSchema(sqlite3* db, bool keepReads, bool* busy, bool* held,
+                              SettingsConnection::StoredSchema* schema) {
+    // Reading the schema and the table list in one read transaction locks the file once.
     const bool begun = sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr) == SQLITE_OK;
     // A statement that needs no schema takes the file's read lock first; the
     // schema is then read under it, not under a lock of its own.
     int ret = begun ? sqlite3_exec(db, "PRAGMA schema_version", nullptr, nullptr, nullptr) : SQLITE_OK;
-    Statement count;
     if (ret == SQLITE_OK) {
-        count = SettingsConnection::prepare(db, sql, &ret);
+        ret = SettingsConnection::readStoredSchema(db, schema);
     }
-    if (ret == SQLITE_OK && count) {
-        ret = sqlite3_step(count.get());
-    }
-    const int tables = ret == SQLITE_ROW ? sqlite3_column_int(count.get(), 0) : 0;
-    count.reset();
-    *held = begun && keepReads && ret == SQLITE_ROW && (tables == 0 || tables == static_cast<int>(kTableTypeCount));
+    const int tables = schema->tables;
+    const bool read = ret == SQLITE_DONE;
+    *held = begun && keepReads && read && (tables == 0 || tables == static_cast<int>(kTableTypeCount));
     if (begun && !*held) {
         SettingsConnection::endReads(db);
     }
-    if (ret != SQLITE_ROW) {
+    if (!read) {
         *busy = SettingsConnection::isBusyCode(ret);
         return SettingsConnection::isDamageCode(ret) ? sqlite3_errstr(ret) : std::string();
     }
@@ -86,6 +79,12 @@ std::string findPartialSchema(sqlite3* db, bool keepReads, bool* busy, bool* hel
         return "";
     }
     return "only " + std::to_string(tables) + " of the " + std::to_string(kTableTypeCount) + " tables";
+}
+
+// The text of a result column; "" for NULL.
+std::string cellString(sqlite3_stmt* stmt, int column) {
+    const unsigned char* text = sqlite3_column_text(stmt, column);
+    return text != nullptr ? reinterpret_cast<const char*>(text) : "";
 }
 
 bool pathExists(const std::string& path) {
@@ -99,6 +98,43 @@ off_t fileSize(const std::string& path) {
 }
 
 }  // namespace
+
+int SettingsConnection::readStoredSchema(sqlite3* db, StoredSchema* schema) {
+    *schema = StoredSchema();
+    int ret = SQLITE_OK;
+    Statement statement = prepare(db, "SELECT name, tbl_name, type, sql FROM sqlite_master", &ret);
+    if (ret != SQLITE_OK || !statement) {
+        return ret != SQLITE_OK ? ret : SQLITE_ERROR;
+    }
+    sqlite3_stmt* stmt = statement.get();
+    // Objects by the table they belong to: a table with an index or a
+    // trigger is not as created.
+    std::map<std::string, int> objects;
+    std::set<TableType> asCreated;
+    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+        const std::string table = cellString(stmt, 1);
+        ++objects[table];
+        TableType type = CONFIGURATION;
+        if (cellString(stmt, 2) != "table" || !TableSchema::findTable(cellString(stmt, 0), &type)) {
+            continue;
+        }
+        ++schema->tables;
+        if (table == TableSchema::tableName(type) && cellString(stmt, 3) == TableSchema::createStatement(type)) {
+            asCreated.insert(type);
+        }
+    }
+    for (TableType type : asCreated) {
+        if (objects[TableSchema::tableName(type)] == 1) {
+            schema->asCreated.insert(type);
+        }
+    }
+    return ret;
+}
+
+const SettingsConnection::StoredSchema* SettingsConnection::openSchema() const {
+    // A read that failed may have ended the transaction under us.
+    return mOpenReadsHeld && mReadsHeld && mDb && sqlite3_get_autocommit(mDb.get()) == 0 ? &mOpenSchema : nullptr;
+}
 
 Statement SettingsConnection::prepare(sqlite3* db, const std::string& sql, int* result) {
     sqlite3_stmt* raw = nullptr;
@@ -333,7 +369,7 @@ void SettingsConnection::open() {
     bool held = false;
     std::string damage = check ? findDamage(raw, &busy) : std::string();
     if (damage.empty() && !busy) {
-        damage = findPartialSchema(raw, mAfterOpen == Reads::kHeld, &busy, &held);
+        damage = findPartialSchema(raw, mAfterOpen == Reads::kHeld, &busy, &held, &mOpenSchema);
     }
     if (busy) {
         // Nothing read now can be trusted to tell an unchanged database from
@@ -350,6 +386,7 @@ void SettingsConnection::open() {
         }
         mDb.reset(raw);
         mReadsHeld = held;
+        mOpenReadsHeld = held;
         return;
     }
     sqlite3_close_v2(raw);
@@ -450,6 +487,7 @@ void SettingsConnection::logFailure(int result) {
 std::string SettingsConnection::setAsideDamaged() {
     Guard guard(mLock);
     mReadsHeld = false;
+    mOpenReadsHeld = false;
     mKept.clear();  // finalized before the connection closes
     mDb.reset();
     const std::string path = mPath;
@@ -475,6 +513,7 @@ void SettingsConnection::releaseReads() {
         return;
     }
     mReadsHeld = false;
+    mOpenReadsHeld = false;
     endReads(mDb.get());
 }
 

@@ -3,12 +3,14 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "storage/RowData.h"
+#include "storage/TableType.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -123,6 +125,19 @@ public:
     std::string describeError(int code, int systemError) const;
     std::string describeLastTransactionError() const;
 
+    // What sqlite_master says of the service's tables.
+    struct StoredSchema {
+        // How many of them exist.
+        int tables = 0;
+        // Those exactly as TableSchema creates them, with no index or trigger.
+        std::set<TableType> asCreated;
+    };
+    // Reads it in one pass; SQLite's result (SQLITE_DONE when read whole).
+    static int readStoredSchema(sqlite3* db, StoredSchema* schema);
+    // What the open read of it, while the read transaction the open held is
+    // still open (no other program can change the schema then); else null.
+    const StoredSchema* openSchema() const;
+
     static Statement prepare(sqlite3* db, const std::string& sql, int* result);
     static bool isDamageCode(int result);
     static bool isBusyCode(int result);
@@ -172,6 +187,9 @@ private:
     bool mDamaged = false;
     // Whether the open read transaction is held (holdReads(), or the open's own).
     bool mReadsHeld = false;
+    StoredSchema mOpenSchema;
+    // Whether the held read transaction is the open's, in which it read mOpenSchema.
+    bool mOpenReadsHeld = false;
     Reads mAfterOpen;
     mutable std::recursive_mutex mLock;
 };

@@ -73,26 +73,13 @@ std::set<TableType> StartupSnapshot::ownTables(SettingsConnection& connection) {
         cellString(encoding.get(), 0) != "UTF-8") {
         return own;
     }
-    Statement schema = SettingsConnection::prepare(db, "SELECT tbl_name, type, sql FROM sqlite_master", &ret);
-    if (ret != SQLITE_OK || !schema) {
-        return own;
+    // The open read the schema in the read transaction still held, if it is.
+    if (const SettingsConnection::StoredSchema* schema = connection.openSchema()) {
+        return schema->asCreated;
     }
-    std::map<std::string, int> objects;
-    std::set<std::string> asCreated;
-    while ((ret = sqlite3_step(schema.get())) == SQLITE_ROW) {
-        const std::string table = cellString(schema.get(), 0);
-        ++objects[table];
-        TableType type = CONFIGURATION;
-        if (TableSchema::findTable(table, &type) && cellString(schema.get(), 1) == "table" &&
-            cellString(schema.get(), 2) == TableSchema::createStatement(type)) {
-            asCreated.insert(table);
-        }
-    }
-    for (size_t i = 0; ret == SQLITE_DONE && i < kTableTypeCount; ++i) {
-        const std::string table = TableSchema::tableName(static_cast<TableType>(i));
-        if (asCreated.count(table) != 0 && objects[table] == 1) {
-            own.insert(static_cast<TableType>(i));
-        }
+    SettingsConnection::StoredSchema schema;
+    if (SettingsConnection::readStoredSchema(db, &schema) == SQLITE_DONE) {
+        own = schema.asCreated;
     }
     return own;
 }

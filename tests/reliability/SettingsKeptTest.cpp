@@ -55,6 +55,21 @@ TEST_F(SettingsKeptTest, CommandsThatChangeNothingLeaveTheDatabaseAsItWas) {
     }
 }
 
+// Another program's table, or an index of its own on one of ours, is no
+// damage: the database is not set aside and the settings stay.
+TEST_F(SettingsKeptTest, AnotherProgramsTableAndIndexLeaveTheSettingsWhereTheyAre) {
+    set(1, 5);
+    sqlText(database(), "CREATE TABLE notes (note TEXT)");
+    sqlText(database(), "CREATE INDEX endpoints_by_profile ON profile_endpoints (profile_id)");
+    EXPECT_EQ("5\n", amount(1));
+    set(2, 7);
+    EXPECT_EQ("7\n", amount(2));
+    EXPECT_EQ("5\n", amount(1));
+    for (const auto& entry : std::filesystem::directory_iterator(mRoot.under("/data/vendor/orvan"))) {
+        EXPECT_EQ(std::string::npos, entry.path().filename().string().find("damaged")) << entry.path();
+    }
+}
+
 TEST_F(SettingsKeptTest, ParallelRunsKeepEveryAcknowledgedWrite) {
     constexpr int kProcesses = 4;
     constexpr int kWrites = 5;
