@@ -606,6 +606,13 @@ std::string DatabaseHelper::queryConfigurationValue(const std::string& key) {
 bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string* value) {
     Guard guard(mConnection.lock());
     value->clear();
+    if (const ConfigurationRows* held = heldConfiguration()) {
+        const auto found = held->find(key);
+        if (found != held->end()) {
+            *value = found->second;
+        }
+        return true;
+    }
     std::vector<RowData> rows;
     const bool read =
             mConnection.readKept(rows, "SELECT value FROM " + getTableName(CONFIGURATION) + " WHERE key=?", {key});
@@ -613,6 +620,47 @@ bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string
         *value = cellText(rows.front());
     }
     return read;
+}
+
+const DatabaseHelper::ConfigurationRows* DatabaseHelper::heldConfiguration() {
+    // Only for a table exactly as created does a key's text in memory match
+    // what "WHERE key=?" matches. Any write ends the held reads, and with them this.
+    const SettingsConnection::StoredSchema* schema = mConnection.openSchema();
+    if (schema == nullptr || schema->encoding != "UTF-8" || schema->asCreated.count(CONFIGURATION) == 0) {
+        mHeldConfiguration.reset();
+        return nullptr;
+    }
+    if (mHeldConfiguration) {
+        return mHeldConfiguration.get();
+    }
+    int ret = SQLITE_OK;
+    Statement statement =
+            SettingsConnection::prepare(mConnection.handle(), "SELECT key, value FROM " + getTableName(CONFIGURATION), &ret);
+    if (ret != SQLITE_OK || !statement) {
+        return nullptr;  // the lookup through SQL meets it again and logs it
+    }
+    sqlite3_stmt* stmt = statement.get();
+    auto rows = std::make_unique<ConfigurationRows>();
+    while ((ret = sqlite3_step(stmt)) == SQLITE_ROW) {
+        if (sqlite3_column_type(stmt, 0) != SQLITE_TEXT) {
+            continue;  // NULL or a blob equals no key
+        }
+        const std::string key(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
+                              static_cast<size_t>(sqlite3_column_bytes(stmt, 0)));
+        // As a looked-up cell reads (cellText).
+        std::string value;
+        if (sqlite3_column_type(stmt, 1) == SQLITE_INTEGER) {
+            value = std::to_string(sqlite3_column_int(stmt, 1));
+        } else if (sqlite3_column_type(stmt, 1) == SQLITE_TEXT) {
+            value = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
+        }
+        rows->emplace(key, std::move(value));
+    }
+    if (ret != SQLITE_DONE) {
+        return nullptr;
+    }
+    mHeldConfiguration = std::move(rows);
+    return mHeldConfiguration.get();
 }
 
 bool DatabaseHelper::setConfigurationValue(const std::string& key, const std::string& value) {

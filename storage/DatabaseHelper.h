@@ -200,8 +200,16 @@ private:
     const std::vector<RowData>& lookUp(TableType type, const Where& where, std::vector<RowData>& fetched,
                                        const StartupSnapshot* snapshot = nullptr);
 
+    // The configuration values by key (of a key's rows the first, as the
+    // lookup gives it), read in one pass while the read transaction the open
+    // held lasts: a start looks up a dozen keys, each a scan of the table.
+    // Null when the lookups ask SQL.
+    using ConfigurationRows = std::unordered_map<std::string, std::string>;
+    const ConfigurationRows* heldConfiguration();
+
     const TableSchema& mSchema = TableSchema::instance();
     SettingsConnection mConnection;
+    std::unique_ptr<ConfigurationRows> mHeldConfiguration;
     CellReader mCells;
     // The text of each table's kept insert, written once.
     std::array<std::string, kTableTypeCount> mInsertSql;

@@ -102,6 +102,14 @@ off_t fileSize(const std::string& path) {
 int SettingsConnection::readStoredSchema(sqlite3* db, StoredSchema* schema) {
     *schema = StoredSchema();
     int ret = SQLITE_OK;
+    Statement encoding = prepare(db, "PRAGMA encoding", &ret);
+    if (ret != SQLITE_OK || !encoding) {
+        return ret != SQLITE_OK ? ret : SQLITE_ERROR;
+    }
+    if ((ret = sqlite3_step(encoding.get())) != SQLITE_ROW) {
+        return ret;
+    }
+    schema->encoding = cellString(encoding.get(), 0);
     Statement statement = prepare(db, "SELECT name, tbl_name, type, sql FROM sqlite_master", &ret);
     if (ret != SQLITE_OK || !statement) {
         return ret != SQLITE_OK ? ret : SQLITE_ERROR;

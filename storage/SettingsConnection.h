@@ -127,6 +127,8 @@ public:
 
     // What sqlite_master says of the service's tables.
     struct StoredSchema {
+        // The database's text encoding, as "PRAGMA encoding" names it.
+        std::string encoding;
         // How many of them exist.
         int tables = 0;
         // Those exactly as TableSchema creates them, with no index or trigger.

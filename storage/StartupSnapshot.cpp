@@ -62,26 +62,19 @@ StartupSnapshot StartupSnapshot::read(SettingsConnection& connection, const char
 }
 
 std::set<TableType> StartupSnapshot::ownTables(SettingsConnection& connection) {
-    sqlite3* db = connection.handle();
     // Only for those does matching text in memory give what
-    // "WHERE column='value'" gives: TEXT affinity, binary collation and no
-    // index that could order the rows differently.
-    std::set<TableType> own;
-    int ret = SQLITE_OK;
-    Statement encoding = SettingsConnection::prepare(db, "PRAGMA encoding", &ret);
-    if (ret != SQLITE_OK || !encoding || sqlite3_step(encoding.get()) != SQLITE_ROW ||
-        cellString(encoding.get(), 0) != "UTF-8") {
-        return own;
+    // "WHERE column='value'" gives: UTF-8 text, TEXT affinity, binary
+    // collation and no index that could order the rows differently. The open
+    // read the schema in the read transaction still held, if it is.
+    SettingsConnection::StoredSchema read;
+    const SettingsConnection::StoredSchema* schema = connection.openSchema();
+    if (schema == nullptr) {
+        if (SettingsConnection::readStoredSchema(connection.handle(), &read) != SQLITE_DONE) {
+            return {};
+        }
+        schema = &read;
     }
-    // The open read the schema in the read transaction still held, if it is.
-    if (const SettingsConnection::StoredSchema* schema = connection.openSchema()) {
-        return schema->asCreated;
-    }
-    SettingsConnection::StoredSchema schema;
-    if (SettingsConnection::readStoredSchema(db, &schema) == SQLITE_DONE) {
-        own = schema.asCreated;
-    }
-    return own;
+    return schema->encoding == "UTF-8" ? schema->asCreated : std::set<TableType>();
 }
 
 bool StartupSnapshot::readTable(SettingsConnection& connection, TableType type,

@@ -181,6 +181,12 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
     const std::string bySql = lookUpAll(mDb, names, nullptr);
     ASSERT_NE(bySql.find("dev1"), std::string::npos);
     EXPECT_EQ(lookUpAll(mDb, names, std::make_unique<StartupSnapshot>(mDb.readStartupSnapshot()).get()), bySql);
+    {
+        // A start's helper keeps the open's read transaction and answers
+        // configuration lookups from one read of the table.
+        DatabaseHelper start("zel_sqlite3.db", SettingsConnection::Reads::kHeld);
+        EXPECT_EQ(lookUpAll(start, names, nullptr), bySql);
+    }
 
     // A table that is no longer as the helper made it is not read: SQL answers.
     ASSERT_TRUE(mDb.execSQL("CREATE INDEX by_port ON device_tunings(port DESC, device DESC)"));
