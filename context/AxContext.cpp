@@ -113,8 +113,18 @@ void AxContext::load() {
         selectStoredProfileLocked();
         mTevOn = mProvider->isTevOn();
         mStoredTevOn = mTevOn;
+        // Every port's tuning from one read, where a lookup each scanned the table.
+        std::vector<std::pair<Port, std::string>> devices;
+        std::vector<std::string> names;
         for (Port port : kSupportedPorts) {
-            loadPortTuningLocked(port);
+            devices.emplace_back(port, portDeviceLocked(port));
+            if (!devices.back().second.empty()) {
+                names.push_back(devices.back().second);
+            }
+        }
+        mProvider->cacheTuningsForDevices(names);
+        for (const auto& [port, device] : devices) {
+            selectPortTuningLocked(port, device);
         }
     }
     mObservable->onLoad(*this);
@@ -155,9 +165,13 @@ std::string AxContext::defaultDeviceLocked(Port port) {
     return name;
 }
 
+Tuning* AxContext::loadPortTuningLocked(Port port) {
+    return selectPortTuningLocked(port, portDeviceLocked(port));
+}
+
 // The stored choice is left as it is when it is unusable, so that it comes back
 // once its device does.
-Tuning* AxContext::loadPortTuningLocked(Port port) {
+std::string AxContext::portDeviceLocked(Port port) {
     std::string device = mProvider->getDeviceTuning(portName(port));
     const std::vector<std::string> available = availableDevicesLocked(port);
     if (device.empty() || std::find(available.begin(), available.end(), device) == available.end()) {
@@ -166,6 +180,10 @@ Tuning* AxContext::loadPortTuningLocked(Port port) {
               device.c_str(), portName(port), fallback.c_str());
         device = fallback;
     }
+    return device;
+}
+
+Tuning* AxContext::selectPortTuningLocked(Port port, std::string device) {
     Tuning* tuning = device.empty() ? nullptr : mProvider->loadTuningForDevice(device);
     if (tuning == nullptr) {
         ALOGW("Port[%s] has no tuning", portName(port));

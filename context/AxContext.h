@@ -130,6 +130,11 @@ private:
     std::vector<std::string> availableDevicesLocked(Port port);
     std::string defaultDeviceLocked(Port port);
     Tuning* loadPortTuningLocked(Port port);
+    // The stored device of the port, or its default device where that is
+    // unusable; "" when the port has neither.
+    std::string portDeviceLocked(Port port);
+    // Selects `device`'s tuning for the port (none for "").
+    Tuning* selectPortTuningLocked(Port port, std::string device);
     // Returns the tuning to announce, or null when there is nothing to announce.
     Tuning* selectTuningLocked(Port port, const std::string& device, bool force, bool* selected);
     std::vector<Port> portsOfEndpointLocked(Endpoint endpoint) const;

@@ -519,18 +519,65 @@ bool DatabaseHelper::queryTuning(const std::string& name, Tuning* tuning) {
     std::vector<RowData> fetched;
     const std::vector<RowData>& rows = lookUp(TUNING, {{"name", name}}, fetched);
     for (const RowData& cell : rows) {
-        if (mCells.setParameter(cell, tuning)) {
-            continue;
-        }
-        if (cell.name == "_id") {
-            tuning->setId(cellId(cell));
-        } else if (cell.name == "is_mono") {
-            tuning->setMono(cellInt(cell) != 0);
-        } else if (cell.name == "endpoint") {
-            tuning->setEndpoint(cellText(cell));
-        }
+        setTuningCell(cell, tuning);
     }
     return !rows.empty();
+}
+
+void DatabaseHelper::setTuningCell(const RowData& cell, Tuning* tuning) {
+    if (mCells.setParameter(cell, tuning)) {
+        return;
+    }
+    if (cell.name == "_id") {
+        tuning->setId(cellId(cell));
+    } else if (cell.name == "is_mono") {
+        tuning->setMono(cellInt(cell) != 0);
+    } else if (cell.name == "endpoint") {
+        tuning->setEndpoint(cellText(cell));
+    }
+}
+
+bool DatabaseHelper::queryTunings(const std::vector<std::string>& names, const std::vector<Tuning*>& tunings,
+                                  std::vector<bool>* found) {
+    Guard guard(mConnection.lock());
+    if (names.empty() || names.size() != tunings.size() || !heldAsCreated(TUNING)) {
+        return false;
+    }
+    // A scan that decodes only the rows asked for, where a lookup per name
+    // scanned the table each time.
+    std::string sql = "SELECT rowid, * FROM " + getTableName(TUNING) + " WHERE name IN (";
+    for (size_t i = 0; i < names.size(); ++i) {
+        sql += "?,";
+    }
+    sql.back() = ')';
+    std::vector<RowData> rows;
+    if (!mConnection.readKept(rows, sql, names)) {
+        return false;
+    }
+    found->assign(names.size(), false);
+    // Row after row, each beginning with its rowid; a row's cells go to the
+    // tuning its name asks for, rows of one name in table order.
+    for (size_t begin = 0, end = 0; begin < rows.size(); begin = end) {
+        end = begin + 1;
+        while (end < rows.size() && rows[end].name != "rowid") {
+            ++end;
+        }
+        const auto nameCell = std::find_if(rows.begin() + begin, rows.begin() + end,
+                                           [](const RowData& cell) { return cell.name == "name"; });
+        if (nameCell == rows.begin() + end || nameCell->type != RowData::kText) {
+            continue;
+        }
+        const auto asked = std::find(names.begin(), names.end(), nameCell->textValue);
+        if (asked == names.end()) {
+            continue;
+        }
+        const size_t index = static_cast<size_t>(asked - names.begin());
+        (*found)[index] = true;
+        for (size_t i = begin; i < end; ++i) {
+            setTuningCell(rows[i], tunings[index]);
+        }
+    }
+    return true;
 }
 
 bool DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {
@@ -622,11 +669,14 @@ bool DatabaseHelper::queryConfigurationValue(const std::string& key, std::string
     return read;
 }
 
-const DatabaseHelper::ConfigurationRows* DatabaseHelper::heldConfiguration() {
-    // Only for a table exactly as created does a key's text in memory match
-    // what "WHERE key=?" matches. Any write ends the held reads, and with them this.
+bool DatabaseHelper::heldAsCreated(TableType type) const {
     const SettingsConnection::StoredSchema* schema = mConnection.openSchema();
-    if (schema == nullptr || schema->encoding != "UTF-8" || schema->asCreated.count(CONFIGURATION) == 0) {
+    return schema != nullptr && schema->encoding == "UTF-8" && schema->asCreated.count(type) != 0;
+}
+
+const DatabaseHelper::ConfigurationRows* DatabaseHelper::heldConfiguration() {
+    // Any write ends the held reads, and with them the rows read.
+    if (!heldAsCreated(CONFIGURATION)) {
         mHeldConfiguration.reset();
         return nullptr;
     }

@@ -149,6 +149,13 @@ public:
                             const std::string& customName, ProfileEndpoint* endpointRecord,
                             int64_t* rowId = nullptr, const StartupSnapshot* snapshot = nullptr);
     bool queryTuning(const std::string& name, Tuning* tuning);
+    // The tunings of several names (each given once) in one read, each record
+    // filled as queryTuning fills it and `found` telling which had a row.
+    // Only while the read transaction the open held lasts and the table is
+    // exactly as created; false, with nothing read, otherwise: the caller
+    // then asks queryTuning.
+    bool queryTunings(const std::vector<std::string>& names, const std::vector<Tuning*>& tunings,
+                      std::vector<bool>* found);
     // The `name` of every profile row of `customName`, in row order; false
     // when the table could not be read.
     bool queryProfileNames(std::vector<std::string>& names, const std::string& customName);
@@ -206,6 +213,11 @@ private:
     // Null when the lookups ask SQL.
     using ConfigurationRows = std::unordered_map<std::string, std::string>;
     const ConfigurationRows* heldConfiguration();
+    // Whether the read transaction the open held still lasts and `type` is
+    // exactly as created in a UTF-8 database: matching its text in memory
+    // then gives what "WHERE column='value'" gives.
+    bool heldAsCreated(TableType type) const;
+    void setTuningCell(const RowData& cell, Tuning* tuning);
 
     const TableSchema& mSchema = TableSchema::instance();
     SettingsConnection mConnection;

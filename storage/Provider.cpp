@@ -123,6 +123,34 @@ Tuning* Provider::loadTuningForDevice(const std::string& deviceName) {
     return loaded;
 }
 
+void Provider::cacheTuningsForDevices(const std::vector<std::string>& deviceNames) {
+    std::vector<std::string> names;
+    for (const std::string& deviceName : deviceNames) {
+        const DeviceTuning* deviceTuning = findCachedDevice(deviceName);
+        if (deviceTuning == nullptr || findCachedTuning(deviceTuning->getTuning()) != nullptr ||
+            std::find(names.begin(), names.end(), deviceTuning->getTuning()) != names.end()) {
+            continue;
+        }
+        names.push_back(deviceTuning->getTuning());
+    }
+    std::vector<std::unique_ptr<Tuning>> tunings;
+    std::vector<Tuning*> records;
+    for (const std::string& name : names) {
+        tunings.push_back(std::make_unique<Tuning>(name, ENDPOINT_SPEAKER, false));
+        records.push_back(tunings.back().get());
+    }
+    std::vector<bool> found;
+    if (names.empty() || !mHelper->queryTunings(names, records, &found)) {
+        return;
+    }
+    for (size_t i = 0; i < tunings.size(); ++i) {
+        if (found[i]) {
+            tunings[i]->setDirty(false);
+            mTunings.push_back(std::move(tunings[i]));
+        }
+    }
+}
+
 std::set<DeviceTuning*> Provider::loadDeviceTuningsForPort(Port port) {
     cacheDeviceTunings(port, nullptr);
     // The provider keeps the records; callers borrow them.

@@ -70,6 +70,10 @@ public:
     // The tuning of a device of a cached port (see loadDeviceTuningsForPort);
     // null when no such device or no tuning row exists.
     virtual Tuning* loadTuningForDevice(const std::string& deviceName);
+    // Caches the tunings of these devices in one read where the database
+    // allows (see DatabaseHelper::queryTunings), so that loadTuningForDevice
+    // finds them; else leaves them to it.
+    virtual void cacheTuningsForDevices(const std::vector<std::string>& deviceNames);
     // The device tunings of `port`, cached on first use. The cache owns them.
     virtual std::set<DeviceTuning*> loadDeviceTuningsForPort(Port port);
     virtual void initDatabase();

@@ -186,6 +186,22 @@ TEST_F(DatabaseHelperTest, SnapshotAnswersLookupsAsSqlDoes) {
         // configuration lookups from one read of the table.
         DatabaseHelper start("zel_sqlite3.db", SettingsConnection::Reads::kHeld);
         EXPECT_EQ(lookUpAll(start, names, nullptr), bySql);
+        // It reads the tunings of several names in one pass: two rows for
+        // some names, none for another.
+        const std::vector<std::string> tuningNames = {"1", "absent", "it's", "0"};
+        std::vector<std::unique_ptr<Tuning>> tunings;
+        std::vector<Tuning*> records;
+        for (const std::string& name : tuningNames) {
+            tunings.push_back(std::make_unique<Tuning>(name, ENDPOINT_SPEAKER, false));
+            records.push_back(tunings.back().get());
+        }
+        std::vector<bool> found;
+        ASSERT_TRUE(start.queryTunings(tuningNames, records, &found));
+        for (size_t i = 0; i < tuningNames.size(); ++i) {
+            Tuning one(tuningNames[i], ENDPOINT_SPEAKER, false);
+            EXPECT_EQ(found[i], mDb.queryTuning(tuningNames[i], &one)) << tuningNames[i];
+            EXPECT_EQ(tunings[i]->toString(), one.toString()) << tuningNames[i];
+        }
     }
 
     // A table that is no longer as the helper made it is not read: SQL answers.
