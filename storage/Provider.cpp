@@ -194,7 +194,23 @@ Provider::ProfileRecords* Provider::records(int index, const char* caller) {
         ALOGE("%s(): profile index %d is not one of the %d profiles", caller, index, mNumProfiles);
         return nullptr;
     }
-    return mProfiles[index].get();
+    std::unique_ptr<ProfileRecords>& profile = mProfiles[index];
+    if (!profile) {
+        // Made at the first use: a start uses one profile, and an empty
+        // record already takes a few hundred bytes.
+        profile = std::make_unique<ProfileRecords>();
+        profile->defaultProfile = std::make_unique<Profile>(index, "", false);
+        profile->customProfile = std::make_unique<Profile>(index, "", false);
+        profile->defaultGeq = std::make_unique<GeqPreset>(index);
+        profile->customGeq = std::make_unique<GeqPreset>(index);
+        for (size_t e = 0; e < kEndpointCount; ++e) {
+            profile->defaultEndpoints[e] =
+                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
+            profile->customEndpoints[e] =
+                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
+        }
+    }
+    return profile.get();
 }
 
 template <typename Record>
@@ -578,21 +594,10 @@ int Provider::init(std::shared_ptr<const StartupSnapshot> snapshot) {
         return android::NO_INIT;
     }
     ALOGD("%s(): Altogether %d profiles found", "init", count);
-    // Records made by an earlier init() stay: callers may hold them.
-    while (static_cast<int>(mProfiles.size()) < count) {
-        const int32_t index = static_cast<int32_t>(mProfiles.size());
-        auto profile = std::make_unique<ProfileRecords>();
-        profile->defaultProfile = std::make_unique<Profile>(index, "", false);
-        profile->customProfile = std::make_unique<Profile>(index, "", false);
-        profile->defaultGeq = std::make_unique<GeqPreset>(index);
-        profile->customGeq = std::make_unique<GeqPreset>(index);
-        for (size_t e = 0; e < kEndpointCount; ++e) {
-            profile->defaultEndpoints[e] =
-                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
-            profile->customEndpoints[e] =
-                    std::make_unique<ProfileEndpoint>(index, static_cast<Endpoint>(e), PRESET_OFF);
-        }
-        mProfiles.push_back(std::move(profile));
+    // Records made by an earlier init() stay: callers may hold them. The
+    // others are made at their profile's first use (see records()).
+    if (static_cast<int>(mProfiles.size()) < count) {
+        mProfiles.resize(static_cast<size_t>(count));
     }
     mNumProfiles = count;
     checkNumbering(*snapshot);
