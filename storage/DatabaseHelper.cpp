@@ -546,7 +546,10 @@ bool DatabaseHelper::queryTunings(const std::vector<std::string>& names, const s
     // A scan that decodes only the rows asked for, where a lookup per name
     // scanned the table each time.
     std::string sql = "SELECT rowid, * FROM " + getTableName(TUNING) + " WHERE name IN (";
-    for (size_t i = 0; i < names.size(); ++i) {
+    for (const std::string& name : names) {
+        if (name.find('\0') != std::string::npos) {
+            return false;  // no kept statement takes it; queryTuning says why
+        }
         sql += "?,";
     }
     sql.back() = ')';

@@ -9,7 +9,6 @@
 #include <log/log.h>
 #include <utils/Errors.h>
 
-#include "storage/CellReader.h"
 #include "storage/DatabaseHelper.h"
 #include "storage/StartupSnapshot.h"
 
