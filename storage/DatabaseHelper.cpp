@@ -553,34 +553,29 @@ bool DatabaseHelper::queryTunings(const std::vector<std::string>& names, const s
         sql += "?,";
     }
     sql.back() = ')';
-    std::vector<RowData> rows;
-    if (!mConnection.readKept(rows, sql, names)) {
-        return false;
-    }
     found->assign(names.size(), false);
-    // Row after row, each beginning with its rowid; a row's cells go to the
-    // tuning its name asks for, rows of one name in table order.
-    for (size_t begin = 0, end = 0; begin < rows.size(); begin = end) {
-        end = begin + 1;
-        while (end < rows.size() && rows[end].name != "rowid") {
-            ++end;
+    // Each row's cells go straight to the tuning its name asks for (rows of
+    // one name in table order), through one cell whose room is reused.
+    RowData cell;
+    const auto visit = [&](sqlite3_stmt* row, const std::vector<std::string_view>& columns) {
+        const auto nameColumn = std::find(columns.begin(), columns.end(), "name");
+        if (nameColumn == columns.end()) {
+            return;
         }
-        const auto nameCell = std::find_if(rows.begin() + begin, rows.begin() + end,
-                                           [](const RowData& cell) { return cell.name == "name"; });
-        if (nameCell == rows.begin() + end || nameCell->type != RowData::kText) {
-            continue;
-        }
-        const auto asked = std::find(names.begin(), names.end(), nameCell->textValue);
+        SettingsConnection::readCell(row, static_cast<int>(nameColumn - columns.begin()), *nameColumn, &cell);
+        const auto asked = cell.type == RowData::kText ? std::find(names.begin(), names.end(), cell.textValue)
+                                                       : names.end();
         if (asked == names.end()) {
-            continue;
+            return;
         }
         const size_t index = static_cast<size_t>(asked - names.begin());
         (*found)[index] = true;
-        for (size_t i = begin; i < end; ++i) {
-            setTuningCell(rows[i], tunings[index]);
+        for (size_t i = 0; i < columns.size(); ++i) {
+            SettingsConnection::readCell(row, static_cast<int>(i), columns[i], &cell);
+            setTuningCell(cell, tunings[index]);
         }
-    }
-    return true;
+    };
+    return mConnection.visitKept(sql, names, visit);
 }
 
 bool DatabaseHelper::queryProfileNames(std::vector<std::string>& names, const std::string& customName) {

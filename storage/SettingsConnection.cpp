@@ -189,16 +189,22 @@ void SettingsConnection::appendCells(sqlite3_stmt* stmt, const std::vector<std::
         rows.reserve(std::max(2 * rows.capacity(), needed));
     }
     for (size_t i = 0; i < names.size(); ++i) {
-        const int column = static_cast<int>(i);
-        RowData& cell = rows.emplace_back();
-        cell.name = names[i];
-        cell.type = sqlite3_column_type(stmt, column);
-        if (cell.type == RowData::kInteger) {
-            cell.intValue = sqlite3_column_int(stmt, column);
-        } else if (cell.type == RowData::kText) {
-            const unsigned char* text = sqlite3_column_text(stmt, column);
-            cell.textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
-        }
+        readCell(stmt, static_cast<int>(i), names[i], &rows.emplace_back());
+    }
+}
+
+void SettingsConnection::readCell(sqlite3_stmt* stmt, int column, std::string_view name, RowData* cell) {
+    cell->name = name;
+    cell->type = sqlite3_column_type(stmt, column);
+    cell->intValue = 0;
+    if (cell->type == RowData::kInteger) {
+        cell->intValue = sqlite3_column_int(stmt, column);
+        cell->textValue.clear();
+    } else if (cell->type == RowData::kText) {
+        const unsigned char* text = sqlite3_column_text(stmt, column);
+        cell->textValue = text != nullptr ? reinterpret_cast<const char*>(text) : "";
+    } else {
+        cell->textValue.clear();
     }
 }
 
@@ -285,6 +291,45 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
     }
     ALOGE("Unknow error... %d", 224);
     logFailure(ret);
+    return false;
+}
+
+bool SettingsConnection::visitKept(const std::string& keptSql, const std::vector<std::string>& values,
+                                   const RowVisitor& visit) {
+    Guard guard(mLock);
+    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
+    if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
+        return false;
+    }
+    KeptStatement* entry = keptEntry(keptSql);
+    if (entry == nullptr) {
+        return false;
+    }
+    sqlite3_stmt* kept = entry->statement.get();
+    for (size_t i = 0; i < values.size(); ++i) {
+        sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
+                          SQLITE_STATIC);
+    }
+    int ret = SQLITE_OK;
+    while ((ret = sqlite3_step(kept)) == SQLITE_ROW) {
+        // Stepping first lets SQLite prepare it again if the schema changed.
+        const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
+        if (entry->prepares != prepares) {
+            entry->names = columnNames(kept);
+            entry->prepares = prepares;
+        }
+        visit(kept, entry->names);
+    }
+    sqlite3_reset(kept);
+    sqlite3_clear_bindings(kept);
+    if (ret == SQLITE_DONE) {
+        return true;
+    }
+    if ((ret & 0xff) == SQLITE_ERROR) {
+        forget(keptSql);  // the schema changed under it; the caller's other way tells what that means
+    } else {
+        logFailure(ret);
+    }
     return false;
 }
 

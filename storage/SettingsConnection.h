@@ -102,6 +102,12 @@ public:
     // the kept one cannot serve, the statement runs with the values quoted in
     // its text, which also names it in the log. See readRows.
     bool readKept(std::vector<RowData>& rows, const std::string& keptSql, const std::vector<std::string>& values);
+    // The same, each row handed to `visit` as the statement stands on it,
+    // with the statement's column names, instead of kept: false, after the
+    // rows visited so far, where the kept statement cannot serve or a step
+    // failed (logged).
+    using RowVisitor = std::function<void(sqlite3_stmt* row, const std::vector<std::string_view>& names)>;
+    bool visitKept(const std::string& keptSql, const std::vector<std::string>& values, const RowVisitor& visit);
     // Appends `text` ready to stand between single quotes in a statement.
     static void appendSqlText(std::string* out, const std::string& text);
 
@@ -150,6 +156,8 @@ public:
     // `names` are its columnNames.
     static void appendCells(sqlite3_stmt* stmt, const std::vector<std::string_view>& names,
                             std::vector<RowData>& rows);
+    // Fills `cell` with column `column` of the statement's current row, named `name`.
+    static void readCell(sqlite3_stmt* stmt, int column, std::string_view name, RowData* cell);
 
 private:
     struct Closer {
