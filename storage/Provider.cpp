@@ -620,7 +620,7 @@ void Provider::buildRecords(const StartupSnapshot& snapshot) {
             mDeferred[index] = true;
             ++mDeferredLeft;
         } else {
-            buildWorkingRecords(index, snapshot);
+            buildProfileRecords(index, false, snapshot);
         }
     }
     mDefaultsBuilt = false;
@@ -629,13 +629,13 @@ void Provider::buildRecords(const StartupSnapshot& snapshot) {
     }
 }
 
-void Provider::buildWorkingRecords(int index, const StartupSnapshot& snapshot) {
+void Provider::buildProfileRecords(int index, bool isDefault, const StartupSnapshot& snapshot) {
     std::vector<const ParameterValues*> built;
-    built.push_back(loadProfileRecord(index, kCustomName, false, &snapshot));
-    for (ProfileEndpoint* endpoint : loadEndpointRecords(index, false, &snapshot)) {
+    built.push_back(loadProfileRecord(index, isDefault ? kDefaultName : kCustomName, isDefault, &snapshot));
+    for (ProfileEndpoint* endpoint : loadEndpointRecords(index, isDefault, &snapshot)) {
         built.push_back(endpoint);
     }
-    built.push_back(loadGeqRecord(index, false, &snapshot));
+    built.push_back(loadGeqRecord(index, isDefault, &snapshot));
     mBuilt.insert(built.begin(), built.end());
 }
 
@@ -662,7 +662,7 @@ void Provider::buildDeferred(int index) {
         return;
     }
     mDeferred[index] = false;
-    buildWorkingRecords(index, *mStartRows);
+    buildProfileRecords(index, false, *mStartRows);
     if (--mDeferredLeft == 0) {
         mStartRows.reset();
     }
@@ -677,13 +677,7 @@ void Provider::buildDefaults() {
 void Provider::buildDefaults(const StartupSnapshot& snapshot) {
     mDefaultsBuilt = true;
     for (int index = 0; index < mNumProfiles; ++index) {
-        std::vector<const ParameterValues*> built;
-        built.push_back(loadProfileRecord(index, kDefaultName, true, &snapshot));
-        for (ProfileEndpoint* endpoint : loadEndpointRecords(index, true, &snapshot)) {
-            built.push_back(endpoint);
-        }
-        built.push_back(loadGeqRecord(index, true, &snapshot));
-        mBuilt.insert(built.begin(), built.end());
+        buildProfileRecords(index, true, snapshot);
     }
 }
 

@@ -184,9 +184,9 @@ private:
     GeqPreset* loadGeqRecord(int index, bool isDefault, const StartupSnapshot* snapshot = nullptr);
     IeqPreset* loadIeqRecord(PresetType type, const StartupSnapshot* snapshot);
     void buildRecords(const StartupSnapshot& snapshot);
-    // Builds the working records of profile `index` from `snapshot`; they
-    // wait in mBuilt for their first load.
-    void buildWorkingRecords(int index, const StartupSnapshot& snapshot);
+    // Builds the working or the factory records of profile `index` from
+    // `snapshot`; they wait in mBuilt for their first load.
+    void buildProfileRecords(int index, bool isDefault, const StartupSnapshot& snapshot);
     // Whether `snapshot` holds rows for every working record of `index`, so
     // that building them asks no SQL and leaves them clean.
     bool holdsWorkingRows(int index, const StartupSnapshot& snapshot) const;
