@@ -259,26 +259,14 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
         }
         return sql;
     };
-    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
-    if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
+    KeptStatement* entry = servingEntry(keptSql, values);
+    if (entry == nullptr) {
         return readRows(rows, text());  // which says why, as ever
     }
-    KeptStatement* entry = keptEntry(keptSql);
-    if (entry == nullptr) {
-        return readRows(rows, text());
-    }
-    sqlite3_stmt* kept = entry->statement.get();
-    for (size_t i = 0; i < values.size(); ++i) {
-        sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
-                          SQLITE_STATIC);
-    }
-    const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
-    if (entry->prepares != prepares) {
-        entry->names = columnNames(kept);
-        entry->prepares = prepares;
-    }
     const size_t before = rows.size();
-    const int ret = readBound(rows, kept, entry->names);
+    const int ret = stepKept(*entry, values, [&rows](sqlite3_stmt* row, const std::vector<std::string_view>& names) {
+        appendCells(row, names, rows);
+    });
     if (ret == SQLITE_DONE) {
         return true;
     }
@@ -297,31 +285,11 @@ bool SettingsConnection::readKept(std::vector<RowData>& rows, const std::string&
 bool SettingsConnection::visitKept(const std::string& keptSql, const std::vector<std::string>& values,
                                    const RowVisitor& visit) {
     Guard guard(mLock);
-    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
-    if (!mDb || std::any_of(values.begin(), values.end(), hasNul)) {
-        return false;
-    }
-    KeptStatement* entry = keptEntry(keptSql);
+    KeptStatement* entry = servingEntry(keptSql, values);
     if (entry == nullptr) {
         return false;
     }
-    sqlite3_stmt* kept = entry->statement.get();
-    for (size_t i = 0; i < values.size(); ++i) {
-        sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
-                          SQLITE_STATIC);
-    }
-    int ret = SQLITE_OK;
-    while ((ret = sqlite3_step(kept)) == SQLITE_ROW) {
-        // Stepping first lets SQLite prepare it again if the schema changed.
-        const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
-        if (entry->prepares != prepares) {
-            entry->names = columnNames(kept);
-            entry->prepares = prepares;
-        }
-        visit(kept, entry->names);
-    }
-    sqlite3_reset(kept);
-    sqlite3_clear_bindings(kept);
+    const int ret = stepKept(*entry, values, visit);
     if (ret == SQLITE_DONE) {
         return true;
     }
@@ -331,6 +299,37 @@ bool SettingsConnection::visitKept(const std::string& keptSql, const std::vector
         logFailure(ret);
     }
     return false;
+}
+
+SettingsConnection::KeptStatement* SettingsConnection::servingEntry(const std::string& keptSql,
+                                                                    const std::vector<std::string>& values) {
+    // A value with a NUL in it cannot be bound as the text SQL compares.
+    const auto hasNul = [](const std::string& text) { return text.find('\0') != std::string::npos; };
+    if (std::any_of(values.begin(), values.end(), hasNul)) {
+        return nullptr;
+    }
+    return keptEntry(keptSql);
+}
+
+int SettingsConnection::stepKept(KeptStatement& entry, const std::vector<std::string>& values,
+                                 const RowVisitor& visit) {
+    sqlite3_stmt* kept = entry.statement.get();
+    for (size_t i = 0; i < values.size(); ++i) {
+        sqlite3_bind_text(kept, static_cast<int>(i + 1), values[i].data(), static_cast<int>(values[i].size()),
+                          SQLITE_STATIC);
+    }
+    const int prepares = sqlite3_stmt_status(kept, SQLITE_STMTSTATUS_REPREPARE, 0);
+    if (entry.prepares != prepares) {
+        entry.names = columnNames(kept);
+        entry.prepares = prepares;
+    }
+    int ret = SQLITE_OK;
+    while ((ret = sqlite3_step(kept)) == SQLITE_ROW) {
+        visit(kept, entry.names);
+    }
+    sqlite3_reset(kept);
+    sqlite3_clear_bindings(kept);
+    return ret;
 }
 
 int SettingsConnection::readBound(std::vector<RowData>& rows, sqlite3_stmt* statement,

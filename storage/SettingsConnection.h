@@ -187,6 +187,11 @@ private:
     // The kept entry of `sql`, compiled on first use; null without a
     // connection or when it cannot be compiled. The caller holds mLock.
     KeptStatement* keptEntry(const std::string& sql);
+    // The kept entry of `keptSql` when it can take `values`; null otherwise.
+    KeptStatement* servingEntry(const std::string& keptSql, const std::vector<std::string>& values);
+    // Binds `values`, hands every row to `visit`, then resets the statement
+    // and clears its values; the result of the last step.
+    int stepKept(KeptStatement& entry, const std::vector<std::string>& values, const RowVisitor& visit);
     bool mInTransaction = false;
     bool mTransactionFailed = false;
     int mTransactionError = 0;
