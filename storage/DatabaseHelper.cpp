@@ -695,14 +695,9 @@ const DatabaseHelper::ConfigurationRows* DatabaseHelper::heldConfiguration() {
         }
         const std::string key(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
                               static_cast<size_t>(sqlite3_column_bytes(stmt, 0)));
-        // As a looked-up cell reads (cellText).
-        std::string value;
-        if (sqlite3_column_type(stmt, 1) == SQLITE_INTEGER) {
-            value = std::to_string(sqlite3_column_int(stmt, 1));
-        } else if (sqlite3_column_type(stmt, 1) == SQLITE_TEXT) {
-            value = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 1));
-        }
-        rows->emplace(key, std::move(value));
+        RowData value;  // read as a looked-up cell reads
+        SettingsConnection::readCell(stmt, 1, "value", &value);
+        rows->emplace(key, cellText(value));
     }
     if (ret != SQLITE_DONE) {
         return nullptr;
